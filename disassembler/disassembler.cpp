@@ -1,0 +1,402 @@
+#include "disassembler/disassembler.h"
+
+#include "core/hexutil.h"
+#include "disassembler/opcodes.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <numeric>
+#include <string_view>
+#include <system_error>
+
+namespace kelvane {
+
+namespace {
+
+constexpr int32_t maxprogram = 65536;
+constexpr int headingrows = 5;
+constexpr int16_t flagonrow = -1; // 65535 in 16 bits: the label stands on a row
+constexpr int16_t flagequ = 0;    // the label needs an .EQU row
+
+const char* const listingheading[4] = {
+    "--------------------------------------------------",
+    "8085 DISASSEMBLER LISTING",
+    "Line   Addr Opcodes     Label   Instruction",
+    "--------------------------------------------------",
+};
+const char* const sourceheading[4] = {
+    ";-------------------------------------------------",
+    ";8085 DISASSEMBLER LISTING",
+    ";Label  Instruction",
+    ";-------------------------------------------------",
+};
+const char* const listinglabelheading[4] = {
+    "---------------------------------------------",
+    "LIST OF LABELS",
+    "Sorted by address:      Sorted by name:",
+    "---------------------------------------------",
+};
+const char* const sourcelabelheading[4] = {
+    ";--------------------------------------------",
+    ";LIST OF LABELS",
+    ";Sorted by address:      Sorted by name:",
+    ";--------------------------------------------",
+};
+
+// The last four characters of "000" followed by the decimal number (line and label numbers).
+std::string fourdigits(int32_t n)
+{
+    std::string s = "000" + std::to_string(n);
+    return s.substr(s.size() - 4);
+}
+
+struct FileCloser {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// Removes the file of this exact name if there is one. A directory of that name is left alone.
+void removeifpresent(const std::filesystem::path& p)
+{
+    std::error_code ec;
+    const auto st = std::filesystem::symlink_status(p, ec);
+    if (ec || !std::filesystem::exists(st) || std::filesystem::is_directory(st))
+        return;
+    std::filesystem::remove(p, ec);
+}
+
+// Creates a new file, never opening one that exists (nor following a link to another file).
+File createnew(const std::filesystem::path& p)
+{
+    removeifpresent(p);
+    return File(std::fopen(p.string().c_str(), "wbx"));
+}
+
+bool writeall(std::FILE* f, const std::string& text)
+{
+    return std::fwrite(text.data(), 1, text.size(), f) == text.size();
+}
+
+bool readall(const std::filesystem::path& p, std::string& text)
+{
+    File f(std::fopen(p.string().c_str(), "rb"));
+    if (!f)
+        return false;
+    text.clear();
+    char buf[65536];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f.get())) > 0)
+        text.append(buf, n);
+    return std::ferror(f.get()) == 0;
+}
+
+// Splits text into rows at LF, dropping a CR before it.
+std::vector<std::string_view> splitrows(std::string_view text)
+{
+    std::vector<std::string_view> rows;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string_view::npos)
+            end = text.size();
+        std::string_view row = text.substr(start, end - start);
+        if (!row.empty() && row.back() == '\r')
+            row.remove_suffix(1);
+        rows.push_back(row);
+        start = end + 1;
+    }
+    return rows;
+}
+
+// The address in columns 8 to 11 of an intermediate row, -1 when it isn't there.
+int32_t rowaddress(std::string_view row)
+{
+    if (row.size() < 11)
+        return -1;
+    return parsehexword(row.substr(7, 4));
+}
+
+void putrow(std::string& out, std::string_view row)
+{
+    out.append(row);
+    out.push_back('\n');
+}
+
+} // namespace
+
+Disassembler& dasm()
+{
+    static Disassembler instance;
+    return instance;
+}
+
+void Disassembler::loadimage(const uint8_t* bytes, size_t count)
+{
+    std::fill(dasmimage.begin(), dasmimage.end(), 0);
+    const size_t n = std::min<size_t>(count, maxprogram);
+    for (size_t i = 0; i < n; ++i)
+        dasmimage[i] = bytes[i];
+    dasmsize = static_cast<int32_t>(n);
+}
+
+void Disassembler::resetlabels()
+{
+    dasmlabelcount = 0;
+    dasmlabels.assign(1, 0);
+    labelindex_.assign(maxprogram, 0);
+}
+
+std::string Disassembler::dasmlabel(int32_t address)
+{
+    if (labelindex_.size() != static_cast<size_t>(maxprogram))
+        labelindex_.assign(maxprogram, 0);
+    const auto slot = static_cast<size_t>(address & 0xFFFF);
+    // The index mirrors dasmlabels; a caller may have emptied dasmlabels without telling us.
+    int32_t idx = labelindex_[slot];
+    if (idx == 0 || idx > dasmlabelcount || dasmlabels[static_cast<size_t>(idx)] != address) {
+        idx = 0;
+        for (int32_t i = 1; i <= dasmlabelcount; ++i)
+            if (dasmlabels[static_cast<size_t>(i)] == address) {
+                idx = i;
+                break;
+            }
+        if (idx == 0) {
+            ++dasmlabelcount;
+            dasmlabels.resize(static_cast<size_t>(dasmlabelcount) + 1);
+            dasmlabels[static_cast<size_t>(dasmlabelcount)] = address;
+            idx = dasmlabelcount;
+        }
+        labelindex_[slot] = idx;
+    }
+    return fourdigits(idx);
+}
+
+void Disassembler::decodeinstruction(bool sourceform)
+{
+    auto byteat = [this](int64_t a) -> int32_t {
+        if (a < 0 || a >= static_cast<int64_t>(dasmimage.size()))
+            return 0;
+        return dasmimage[static_cast<size_t>(a)] & 0xFF;
+    };
+    const int32_t op = byteat(dasmaddress);
+    const DasmOpcode& e = dasmopcodes()[static_cast<size_t>(op)];
+    dasmlength = e.length;
+    switch (e.operand) {
+    case DasmOperand::none:
+        dasmtext = e.text;
+        break;
+    case DasmOperand::byte:
+        dasmtext = e.text + asmhexbyte(byteat(int64_t{dasmaddress} + 1)) + "H";
+        break;
+    case DasmOperand::word:
+        dasmtext = e.text + asmhexword(byteat(int64_t{dasmaddress} + 1) + 256 * byteat(int64_t{dasmaddress} + 2)) + "H";
+        break;
+    case DasmOperand::address:
+        dasmtext = e.text + dasmlabel(byteat(int64_t{dasmaddress} + 1) + 256 * byteat(int64_t{dasmaddress} + 2));
+        break;
+    case DasmOperand::undefined:
+        dasmtext = sourceform ? ".DB " + asmhexbyte(op) + "H ;UNRECOGNIZED" : std::string("UNRECOGNIZED");
+        break;
+    }
+}
+
+void Disassembler::showprogress(bool silent, const std::string& p1, const std::string& p2)
+{
+    if (!silent && progress)
+        progress(p1, p2);
+}
+
+bool Disassembler::disassemble(bool silent, bool sourceform)
+{
+    dasmerror.clear();
+    bool ok = false;
+    try {
+        int32_t linecount = 0;
+        ok = firststage(silent, sourceform, linecount) && secondstage(silent, sourceform, linecount);
+    } catch (...) {
+        removeifpresent(intermediatepath());
+        removeifpresent(resultpath());
+        throw;
+    }
+    if (!ok) {
+        removeifpresent(intermediatepath());
+        removeifpresent(resultpath());
+    }
+    return ok;
+}
+
+bool Disassembler::firststage(bool silent, bool sourceform, int32_t& linecount)
+{
+    resetlabels();
+    File f = createnew(intermediatepath());
+    if (!f) {
+        dasmerror = "Cannot create the file " + intermediatepath().string() + ".";
+        return false;
+    }
+    std::string out;
+    out.reserve(static_cast<size_t>(std::clamp(dasmsize, 1, maxprogram)) * 48 + 512);
+    for (const char* h : sourceform ? sourceheading : listingheading)
+        putrow(out, h);
+    putrow(out, "");
+
+    // A size beyond 64K would read past the image; the sweep never goes further than that.
+    const int32_t end = std::min(dasmsize, maxprogram);
+    dasmaddress = 0;
+    linecount = 0;
+    const std::string pass1 = "Performing pass 1.";
+    do {
+        ++linecount;
+        if (!silent && progress)
+            showprogress(silent, pass1, "Line  " + std::to_string(linecount));
+        decodeinstruction(sourceform);
+        out += fourdigits(linecount);
+        out += "   ";
+        char hex[12];
+        out.append(hex, static_cast<size_t>(puthexword(hex, dasmaddress) - hex));
+        out += ' ';
+        size_t col = 0;
+        for (int32_t k = 0; k < dasmlength; ++k) {
+            if (k > 0) {
+                out += ' ';
+                ++col;
+            }
+            const int64_t a = int64_t{dasmaddress} + k;
+            const int32_t b = a < static_cast<int64_t>(dasmimage.size()) ? dasmimage[static_cast<size_t>(a)] : 0;
+            out.append(hex, static_cast<size_t>(puthexbyte(hex, b) - hex));
+            col += 2;
+        }
+        out.append(12 - col + 8, ' ');
+        out += dasmtext;
+        out += '\n';
+        dasmaddress += dasmlength;
+    } while (dasmaddress < end);
+
+    if (!writeall(f.get(), out) || std::fclose(f.release()) != 0) {
+        dasmerror = "Cannot write the file " + intermediatepath().string() + ".";
+        return false;
+    }
+    return true;
+}
+
+bool Disassembler::secondstage(bool silent, bool sourceform, int32_t linecount)
+{
+    showprogress(silent, "Preparing listing.", "");
+    const auto count = static_cast<size_t>(dasmlabelcount);
+
+    // Places 1..count in order of address; the text keeps the number of the first reference.
+    std::vector<int32_t> sortedaddress(count + 1, 0);
+    std::vector<std::string> sortedtext(count + 1);
+    std::vector<int16_t> flag(count + 1, 0);
+    if (count > 0) {
+        std::vector<int32_t> order(count);
+        std::iota(order.begin(), order.end(), 1);
+        std::sort(order.begin(), order.end(), [this](int32_t x, int32_t y) {
+            return dasmlabels[static_cast<size_t>(x)] < dasmlabels[static_cast<size_t>(y)];
+        });
+        for (size_t r = 1; r <= count; ++r) {
+            const int32_t i = order[r - 1];
+            sortedaddress[r] = dasmlabels[static_cast<size_t>(i)];
+            sortedtext[r] = "L" + fourdigits(i) + ":";
+            flag[r] = flagonrow;
+        }
+    }
+
+    std::string intermediate;
+    if (!readall(intermediatepath(), intermediate)) {
+        dasmerror = "Cannot read the file " + intermediatepath().string() + ".";
+        return false;
+    }
+    const std::vector<std::string_view> all = splitrows(intermediate);
+    const size_t rowsend = std::min(all.size(), static_cast<size_t>(headingrows + linecount));
+
+    // Source form: a label that no row carries gets an .EQU. The pointer moves one place a row at most.
+    if (sourceform && count > 0) {
+        size_t p = 1;
+        for (size_t k = headingrows; k < rowsend && p <= count; ++k) {
+            const int32_t a = rowaddress(all[k]);
+            if (a == sortedaddress[p]) {
+                ++p;
+            } else if (a > sortedaddress[p]) {
+                flag[p] = flagequ;
+                ++p;
+            }
+        }
+        for (; p <= count; ++p)
+            flag[p] = flagequ;
+    }
+
+    File f = createnew(resultpath());
+    if (!f) {
+        dasmerror = "Cannot create the file " + resultpath().string() + ".";
+        return false;
+    }
+    std::string out;
+    out.reserve(intermediate.size() + count * 48 + 512);
+    for (size_t k = 0; k < std::min<size_t>(headingrows, all.size()); ++k)
+        putrow(out, all[k]);
+
+    if (sourceform && count > 0) {
+        bool any = false;
+        for (size_t j = 1; j <= count; ++j)
+            if (flag[j] == flagequ) {
+                putrow(out, sortedtext[j] + "  .EQU " + asmhexword(sortedaddress[j]) + "H");
+                any = true;
+            }
+        if (any)
+            putrow(out, "");
+    }
+
+    size_t p = 1;
+    std::string row;
+    for (size_t k = headingrows; k < rowsend; ++k) {
+        row.assign(all[k]);
+        if (count > 0) {
+            const int32_t a = rowaddress(row);
+            if (a == sortedaddress[p]) {
+                if (row.size() < 30)
+                    row.resize(30, ' ');
+                row.replace(24, 6, sortedtext[p]);
+                if (p < count)
+                    ++p;
+            }
+            if (p < count && a > sortedaddress[p])
+                ++p;
+        }
+        if (sourceform)
+            putrow(out, row.size() > 24 ? std::string_view(row).substr(24) : std::string_view());
+        else
+            putrow(out, row);
+    }
+
+    if (count > 0) {
+        putrow(out, "");
+        for (const char* h : sourceform ? sourcelabelheading : listinglabelheading)
+            putrow(out, h);
+        putrow(out, "");
+        for (size_t j = 1; j <= count; ++j) {
+            std::string line = sourceform ? ";" : "";
+            line += sortedtext[j] + "  " + hexword(sortedaddress[j]) + std::string(12, ' ');
+            line += "L" + fourdigits(static_cast<int32_t>(j)) + ":  " + hexword(dasmlabels[j]);
+            putrow(out, line);
+        }
+    }
+
+    if (!writeall(f.get(), out) || std::fclose(f.release()) != 0) {
+        dasmerror = "Cannot write the file " + resultpath().string() + ".";
+        return false;
+    }
+    removeifpresent(intermediatepath());
+    return true;
+}
+
+bool Disassembler::takeresult(std::string& text)
+{
+    const bool ok = readall(resultpath(), text);
+    removeifpresent(resultpath());
+    if (!ok)
+        text.clear();
+    return ok;
+}
+
+} // namespace kelvane
