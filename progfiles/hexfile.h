@@ -35,4 +35,12 @@ std::string hexfiletext(const int32_t* image, int32_t last);
 // Writes image[0..last] as raw bytes (each element's low 8 bits).
 bool writeobjfile(const int32_t* image, int32_t last, const std::string& path);
 
+// The two writers with a plain message in *error (when given) on failure. Both write to a
+// temporary file in the same folder and rename it over the old one, so that a failed write
+// leaves the old file as it was.
+bool writehexfile(const int32_t* image, int32_t last, const std::string& path, std::string* error);
+bool writeobjfile(const int32_t* image, int32_t last, const std::string& path, std::string* error);
+// The bytes of image[0..last] as an .obj image (low 8 bits of each element).
+std::string objimagetext(const int32_t* image, int32_t last);
+
 } // namespace kelvane

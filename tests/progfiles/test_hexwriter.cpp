@@ -1,0 +1,123 @@
+// The record writer, the .obj image and the safe save: exact records, skipped chunks, round trips.
+#include "progfiles/hexfile.h"
+#include "progfiles/safewrite.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <sys/resource.h>
+
+using namespace kelvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string slurp(const fs::path& p)
+{
+    std::ifstream in(p, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+struct TempDir {
+    fs::path path;
+    TempDir()
+    {
+        path = fs::temp_directory_path() / ("kelvane-pf-" + std::to_string(::getpid()) + "-" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(path);
+        fs::create_directories(path);
+    }
+    ~TempDir() { fs::remove_all(path); }
+};
+
+} // namespace
+
+TEST(HexWriter, RecordsChunksAndEnd)
+{
+    const std::string z30(30, '0');
+    const struct {
+        std::vector<std::pair<int32_t, int32_t>> bytes;
+        int32_t last;
+        std::string want;
+    } cases[] = {
+        {{{0, 0x3E}, {1, 0x05}}, 1, ":020000003E05BB\r\n"},
+        // The full zero chunk at 0000 gets no record; the short last chunk keeps its zeros.
+        {{{0x12, 0xAA}}, 0x13, ":040010000000AA0042\r\n"},
+        {{{0x10, 0x1FF}}, 0x10, ":01001000FFF0\r\n"}, // the low 8 bits of an element
+        {{{0xFFFF, 0x01}}, 0xFFFF, ":10FFF000" + z30 + "0100\r\n"}, // checksum 00
+        {{{0x5, 0x01}}, 0x1F, ":10000000" + std::string(10, '0') + "01" + std::string(20, '0') + "EF\r\n"},
+        {{}, 0x0F, ""},
+        {{}, 0x00, ":0100000000FF\r\n"},
+    };
+    std::vector<int32_t> mem(65536, 0);
+    for (const auto& c : cases) {
+        std::fill(mem.begin(), mem.end(), 0);
+        for (auto [a, v] : c.bytes)
+            mem[static_cast<size_t>(a)] = v;
+        EXPECT_EQ(hexfiletext(mem.data(), c.last), c.want + ":00000001FF\r\n") << c.last;
+    }
+}
+
+TEST(HexWriter, SaveAndLoadKeepMemory)
+{
+    TempDir dir;
+    std::mt19937 rng(85);
+    std::vector<int32_t> mem(65536, 0);
+    for (int i = 0; i < 3000; ++i) // sparse, so that many chunks are skipped
+        mem[rng() % 65536] = static_cast<int32_t>(rng() % 256);
+    mem[0xFFFE] = 0x76;
+    const fs::path hex = dir.path / "round.hex";
+    const fs::path obj = dir.path / "round.obj";
+    ASSERT_TRUE(writehexfile(mem.data(), 0xFFFE, hex.string()));
+    ASSERT_TRUE(writeobjfile(mem.data(), 0xFFFE, obj.string()));
+
+    auto buf = std::make_unique<HexBuffer>();
+    const HexReadResult r = readhexfile(hex.string(), *buf);
+    EXPECT_EQ(r.size, 0xFFFF) << r.message;
+    EXPECT_TRUE(std::equal(mem.begin(), mem.end(), buf->begin()));
+
+    const std::string image = slurp(obj);
+    ASSERT_EQ(image.size(), 0xFFFFu);
+    for (size_t i = 0; i < image.size(); ++i)
+        ASSERT_EQ(static_cast<uint8_t>(image[i]), mem[i]) << i;
+}
+
+TEST(SafeWrite, FailedWriteKeepsTheOldFileAndLeavesNoTemporary)
+{
+    TempDir dir;
+    const fs::path target = dir.path / "prog.hex";
+    { std::ofstream(target) << "old contents\n"; }
+    std::vector<int32_t> mem(65536, 0x5A);
+
+    // A file size limit makes the write itself fail, whoever runs the test.
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    rlimit small = old;
+    small.rlim_cur = 1000;
+    auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    std::string error;
+    const bool ok = writehexfile(mem.data(), 65535, target.string(), &error);
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, previous);
+
+    EXPECT_FALSE(ok);
+    EXPECT_NE(error.find(target.string()), std::string::npos) << error;
+    EXPECT_EQ(slurp(target), "old contents\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path), fs::directory_iterator()), 1);
+
+    // A folder that does not exist: plain message, nothing written.
+    EXPECT_FALSE(writeobjfile(mem.data(), 3, (dir.path / "no" / "x.obj").string(), &error));
+    EXPECT_FALSE(error.empty());
+
+    // A successful write replaces the old file and keeps its permissions.
+    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    ASSERT_TRUE(writeobjfile(mem.data(), 3, target.string()));
+    EXPECT_EQ(slurp(target), "ZZZZ");
+    EXPECT_EQ(fs::status(target).permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+}

@@ -1,0 +1,158 @@
+// Program load for the command line and the File menu: format choice, image size rules, exit
+// codes, memory save, and the texts of the confirmations.
+#include "progfiles/programload.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace kelvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Folder {
+    fs::path path;
+    Folder()
+    {
+        path = fs::temp_directory_path() / ("kelvane-pl-" + std::to_string(::getpid()) + "-" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(path);
+        fs::create_directories(path);
+    }
+    ~Folder() { fs::remove_all(path); }
+    std::string put(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(path / name, std::ios::binary) << bytes;
+        return (path / name).string();
+    }
+};
+
+} // namespace
+
+TEST(ProgramLoad, FormatByNameOrByExtension)
+{
+    const struct {
+        const char* format;
+        const char* path;
+        bool ok;
+        ProgramFormat want;
+    } cases[] = {
+        {"", "/a/prog.hex", true, ProgramFormat::hex},   {"", "/a/PROG.HeX", true, ProgramFormat::hex},
+        {"", "/a.hex/prog", true, ProgramFormat::obj},   {"", "/a/prog.hex.bin", true, ProgramFormat::obj},
+        {"", "prog.obj", true, ProgramFormat::obj},      {"hex", "prog.obj", true, ProgramFormat::hex},
+        {"obj", "prog.hex", true, ProgramFormat::obj},   {"ihex", "prog.hex", false, ProgramFormat::obj},
+    };
+    for (const auto& c : cases) {
+        ProgramFormat f = ProgramFormat::obj;
+        EXPECT_EQ(programformat(c.format, c.path, f), c.ok) << c.format << " " << c.path;
+        if (c.ok)
+            EXPECT_EQ(f, c.want) << c.format << " " << c.path;
+    }
+}
+
+TEST(ProgramLoad, ResultsAndExitCodesLeaveTheImageAloneOnFailure)
+{
+    Folder dir;
+    const struct {
+        std::string path;
+        const char* format;
+        LoadStatus status;
+        int exitcode;
+        int32_t size;
+        std::string message;
+    } cases[] = {
+        {dir.put("ok.hex", ":020000003E05BB\r\n:00000001FF\r\n"), "", LoadStatus::ok, 0, 2, ""},
+        {dir.put("bad.hex", ":020000003E05BC\r\n"), "", LoadStatus::refused, 1, 0,
+         "Input program file in Intel Hex Format contains errors.\r\nLine number 1: Invalid 'checksum' field in "
+         "the record."},
+        {dir.put("empty.hex", ":00000001FF\n"), "", LoadStatus::refused, 1, 0,
+         "Input program file in Intel Hex Format contains no data."},
+        {dir.put("zero.obj", ""), "", LoadStatus::refused, 1, 0, "The size of the selected file is zero."},
+        {dir.put("big.obj", std::string(65537, 'x')), "", LoadStatus::refused, 1, 0,
+         "The size of the selected file is greater than 64K."},
+        {dir.put("full.bin", std::string(65536, '\x76')), "", LoadStatus::ok, 0, 65536, ""},
+        {dir.put("image.hex", "\x3E\x05"), "obj", LoadStatus::ok, 0, 2, ""},
+        {(dir.path / "missing.hex").string(), "", LoadStatus::fileerror, 2, 0, ""},
+        {dir.path.string(), "obj", LoadStatus::fileerror, 2, 0, ""},
+        {dir.path.string() + "/ok.hex", "srec", LoadStatus::fileerror, 2, 0, ""},
+    };
+    std::vector<int32_t> image(65536, 0x55);
+    for (const auto& c : cases) {
+        std::fill(image.begin(), image.end(), 0x55);
+        const ProgramLoadResult r = loadprogram(c.path, c.format, image.data());
+        EXPECT_EQ(r.status, c.status) << c.path << ": " << r.message;
+        EXPECT_EQ(r.exitcode(), c.exitcode) << c.path;
+        EXPECT_EQ(r.size, c.size) << c.path;
+        if (r.status == LoadStatus::ok) {
+            EXPECT_TRUE(r.message.empty());
+            EXPECT_EQ(image[0], c.size == 2 ? 0x3E : 0x76) << c.path;
+            EXPECT_EQ(image[65535], c.size == 2 ? 0 : 0x76) << c.path;
+        } else {
+            EXPECT_FALSE(r.message.empty());
+            if (!c.message.empty())
+                EXPECT_EQ(r.message, c.message);
+            EXPECT_EQ(std::count(image.begin(), image.end(), 0x55), 65536) << c.path;
+        }
+    }
+}
+
+TEST(MemorySave, TextsNamesAndSizes)
+{
+    const std::pair<int32_t, const char*> kb[] = {{4098, "4.00"}, {512, ".5"},   {1024, "1"},   {65536, "64"},
+                                                  {1, ".000"},    {100, ".097"}, {1536, "1.5"}, {65535, "63.9"}};
+    for (auto [size, want] : kb)
+        EXPECT_EQ(kilobytetext(size), want) << size;
+    EXPECT_EQ(loadedmessage(65536), "Operation completed.\r\nTotal 65536 (64K) bytes loaded.");
+    EXPECT_EQ(savedmessage(4098), "Operation completed.\r\nTotal 4098 (4.00K) bytes saved.");
+    EXPECT_EQ(overwritequestion("/h/p.hex"), "Do you want to overwrite existing file /h/p.hex?");
+
+    const struct {
+        const char* chosen;
+        ProgramFormat format;
+        const char* want;
+    } names[] = {
+        {"/h/prog", ProgramFormat::hex, "/h/prog.hex"},
+        {"/h/prog.v1.obj", ProgramFormat::hex, "/h/prog.hex"},
+        {"/h.d/prog", ProgramFormat::obj, "/h.d/prog.obj"},
+        {"/h/prog.hex", ProgramFormat::obj, "/h/prog.obj"},
+    };
+    for (const auto& n : names)
+        EXPECT_EQ(savefilename(n.chosen, n.format), n.want);
+}
+
+TEST(MemorySave, SavesUpToTheLastNonZeroByte)
+{
+    Folder dir;
+    std::vector<int32_t> mem(65541, 0);
+    const std::string path = (dir.path / "m.obj").string();
+
+    MemorySaveResult r = savememory(mem.data(), ProgramFormat::obj, path);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.message, "The memory is empty.");
+    EXPECT_FALSE(fs::exists(path));
+
+    mem[0] = 0xC9;
+    mem[65536] = 7; // the top mirror is not memory to save
+    r = savememory(mem.data(), ProgramFormat::obj, path);
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.size, 1);
+    EXPECT_EQ(r.message, "Operation completed.\r\nTotal 1 (.000K) bytes saved.");
+    EXPECT_EQ(fs::file_size(path), 1u);
+
+    mem[0x1234] = 0x76;
+    const std::string hexpath = (dir.path / "m.hex").string();
+    r = savememory(mem.data(), ProgramFormat::hex, hexpath);
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(r.size, 0x1235);
+    std::vector<int32_t> back(65536, 1);
+    const ProgramLoadResult l = loadprogram(hexpath, "", back.data());
+    EXPECT_EQ(l.size, 0x1235);
+    EXPECT_TRUE(std::equal(back.begin(), back.end(), mem.begin()));
+
+    r = savememory(mem.data(), ProgramFormat::hex, (dir.path / "none" / "m.hex").string());
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.size, 0);
+    EXPECT_NE(r.message.find("Cannot write"), std::string::npos);
+}
