@@ -1,0 +1,71 @@
+// kelvane-cli asm: assembles one source into BASE.lst, BASE.obj and, with --hex, BASE.hex
+// beside it, exactly as the Assembler window's built-in assembly does.
+#include "assembler/assembler.h"
+#include "cli/commands.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+
+int asmcommand(const std::vector<std::string>& args)
+{
+    std::string source;
+    bool hex = false;
+    for (const auto& a : args) {
+        if (a == "--hex") {
+            hex = true;
+        } else if (!a.empty() && a[0] == '-') {
+            std::fprintf(stderr, "kelvane-cli asm: unknown option '%s'\n", a.c_str());
+            return 2;
+        } else if (source.empty()) {
+            source = a;
+        } else {
+            std::fprintf(stderr, "kelvane-cli asm: only one source file can be given\n");
+            return 2;
+        }
+    }
+    if (source.empty()) {
+        std::fprintf(stderr, "usage: kelvane-cli asm SOURCE [--hex]\n");
+        return 2;
+    }
+    const std::filesystem::path path(source);
+    const std::string name = path.filename().string();
+    const std::string parent = path.parent_path().string();
+    const std::string folder = parent.empty() ? std::string(1, '.') : parent;
+    if (name.empty()) {
+        std::fprintf(stderr, "kelvane-cli asm: '%s' is not a file name\n", source.c_str());
+        return 2;
+    }
+    // The outputs must not replace the source itself (a source named like PROG.lst).
+    const std::string base = kelvane::asmbasename(name);
+    for (const char* ext : {".lst", ".obj", ".hex"}) {
+        if (base + ext == name && (hex || std::string(ext) != ".hex")) {
+            std::fprintf(stderr, "kelvane-cli asm: the output %s would replace the source\n", name.c_str());
+            return 2;
+        }
+    }
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec)) {
+        std::fprintf(stderr, "kelvane-cli asm: can't open the source file %s\n", source.c_str());
+        return 2;
+    }
+
+    kelvane::Assembler as;
+    as.optgeneratehex = hex ? "ON" : "OFF";
+    int32_t status = 1000; // no progress texts
+    if (!as.assemblefile(folder, name, status)) {
+        std::fprintf(stderr, "kelvane-cli asm: %s\n", as.fileerror.c_str());
+        return 2;
+    }
+    if (status == 0)
+        return 0;
+    for (const auto& e : as.errors())
+        std::fprintf(stderr, "%s:%d: Error: %s\n", source.c_str(), e.line, e.message.c_str());
+    std::fprintf(stderr, "Number of errors = %d\n", status);
+    return 1;
+}
+
+kelvane::cli::CliCommand reg("asm", "SOURCE [--hex]", asmcommand);
+
+} // namespace
