@@ -6,7 +6,8 @@ pkgs=(build-essential cmake ninja-build pkg-config
       libqscintilla2-qt6-dev
       libgtest-dev googletest
       dbus dbus-x11 xvfb xauth
-      clang libclang-rt-dev)
+      clang libclang-rt-dev
+      srecord)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
