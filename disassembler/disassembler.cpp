@@ -84,6 +84,10 @@ bool readall(const std::filesystem::path& p, std::string& text)
     if (!f)
         return false;
     text.clear();
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(p, ec);
+    if (!ec)
+        text.reserve(static_cast<size_t>(size));
     char buf[65536];
     size_t n;
     while ((n = std::fread(buf, 1, sizeof buf, f.get())) > 0)
@@ -145,29 +149,40 @@ void Disassembler::resetlabels()
     dasmlabelcount = 0;
     dasmlabels.assign(1, 0);
     labelindex_.assign(maxprogram, 0);
+    indexedcount_ = 0;
+}
+
+void Disassembler::syncindex()
+{
+    const auto count = static_cast<size_t>(std::max(dasmlabelcount, 0));
+    if (indexedcount_ == dasmlabelcount && dasmlabels.size() == count + 1 &&
+        labelindex_.size() == static_cast<size_t>(maxprogram))
+        return;
+    // The caller changed the table: index it again, first entry of an address winning.
+    if (dasmlabels.size() < count + 1)
+        dasmlabels.resize(count + 1, 0);
+    dasmlabels.resize(count + 1);
+    labelindex_.assign(maxprogram, 0);
+    for (size_t i = count; i >= 1; --i) {
+        const int32_t a = dasmlabels[i];
+        if (a >= 0 && a < maxprogram)
+            labelindex_[static_cast<size_t>(a)] = static_cast<int32_t>(i);
+    }
+    indexedcount_ = dasmlabelcount;
 }
 
 std::string Disassembler::dasmlabel(int32_t address)
 {
-    if (labelindex_.size() != static_cast<size_t>(maxprogram))
-        labelindex_.assign(maxprogram, 0);
+    syncindex();
     const auto slot = static_cast<size_t>(address & 0xFFFF);
-    // The index mirrors dasmlabels; a caller may have emptied dasmlabels without telling us.
-    int32_t idx = labelindex_[slot];
-    if (idx == 0 || idx > dasmlabelcount || dasmlabels[static_cast<size_t>(idx)] != address) {
-        idx = 0;
-        for (int32_t i = 1; i <= dasmlabelcount; ++i)
-            if (dasmlabels[static_cast<size_t>(i)] == address) {
-                idx = i;
-                break;
-            }
-        if (idx == 0) {
-            ++dasmlabelcount;
-            dasmlabels.resize(static_cast<size_t>(dasmlabelcount) + 1);
-            dasmlabels[static_cast<size_t>(dasmlabelcount)] = address;
-            idx = dasmlabelcount;
-        }
-        labelindex_[slot] = idx;
+    int32_t idx = address == static_cast<int32_t>(slot) ? labelindex_[slot] : 0;
+    if (idx == 0) {
+        ++dasmlabelcount;
+        dasmlabels.push_back(address);
+        idx = dasmlabelcount;
+        if (address == static_cast<int32_t>(slot))
+            labelindex_[slot] = idx;
+        indexedcount_ = dasmlabelcount;
     }
     return fourdigits(idx);
 }

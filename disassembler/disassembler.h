@@ -55,6 +55,8 @@ struct Disassembler {
 
 private:
     std::vector<int32_t> labelindex_; // address -> label number, 0 for none (speeds up dasmlabel)
+    int32_t indexedcount_ = -1;       // dasmlabelcount when labelindex_ was last in step
+    void syncindex();
     void resetlabels();
     bool firststage(bool silent, bool sourceform, int32_t& linecount);
     bool secondstage(bool silent, bool sourceform, int32_t linecount);
