@@ -156,3 +156,24 @@ TEST(MemorySave, SavesUpToTheLastNonZeroByte)
     EXPECT_EQ(r.size, 0);
     EXPECT_NE(r.message.find("Cannot write"), std::string::npos);
 }
+
+TEST(ProgramLoad, ExampleProgramsLoadTheSameFromBothFormats)
+{
+    int pairs = 0;
+    for (const auto& entry : fs::directory_iterator(KELVANE_EXAMPLES_DIR)) {
+        if (entry.path().extension() != ".hex")
+            continue;
+        fs::path obj = entry.path();
+        obj.replace_extension(".obj");
+        if (!fs::exists(obj))
+            continue;
+        std::vector<int32_t> fromhex(65536, 0), fromobj(65536, 0);
+        const ProgramLoadResult h = loadprogram(entry.path().string(), "", fromhex.data());
+        const ProgramLoadResult o = loadprogram(obj.string(), "", fromobj.data());
+        EXPECT_EQ(h.status, LoadStatus::ok) << entry.path() << h.message;
+        EXPECT_EQ(h.size, o.size) << entry.path();
+        EXPECT_EQ(fromhex, fromobj) << entry.path();
+        ++pairs;
+    }
+    EXPECT_GE(pairs, 2);
+}
