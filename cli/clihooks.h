@@ -28,11 +28,21 @@ public:
             maybeflush();
         }
     }
-    void write(char c)
+    // The output terminal took a byte: it goes out at the moment it arrives.
+    void devicerefresh(MachineState& st, int n, int32_t value) override
     {
-        out_ += c;
-        maybeflush();
+        (void)st;
+        if (n == 5) {
+            out_ += static_cast<char>(value & 0xFF);
+            maybeflush();
+        }
     }
+    int32_t intrchoice(MachineState& st) override
+    {
+        (void)st;
+        return intranswer;
+    }
+    int32_t intranswer = 1; // the INTR dialog's answer for the press in progress
     void flush()
     {
         if (!out_.empty()) {

@@ -6,6 +6,7 @@
 #include "core/hexutil.h"
 #include "core/interrupts.h"
 #include "core/machine.h"
+#include "progfiles/programload.h"
 
 #include <charconv>
 #include <chrono>
@@ -22,8 +23,10 @@ namespace kelvane::cli {
 
 namespace {
 
-constexpr const char* runusage = "PROGRAM [--start HHHH] [--max-instructions N] [--trace] [--ff-defaults on|off] "
-                                 "[--halt-stops on|off] [--clock MHZ]";
+constexpr const char* runusage =
+    "PROGRAM [--format hex|obj] [--start HHHH] [--max-instructions N] [--trace] [--ff-defaults on|off]\n"
+    "                      [--halt-stops on|off] [--clock MHZ] [--port PP=VV]... [--terminal PP]\n"
+    "                      [--interrupt N:NAME]...   (NAME: TRAP RST7.5 RST6.5 RST5.5 INTR1-INTR8 RESET)";
 
 float secondssincemidnight()
 {
@@ -52,8 +55,20 @@ std::optional<bool> onoff(const std::string& s)
     return std::nullopt;
 }
 
+// A panel button pressed after the instruction that brings instructioncount to `count`.
+struct Press {
+    uint32_t count = 0;
+    int command = 0;    // 1 RESET, 2-6 TRAP .. INTR
+    int32_t answer = 1; // INTR's dialog answer
+    bool fired = false;
+};
+
 struct RunOptions {
     std::string program;
+    std::string format;
+    std::vector<std::pair<int32_t, int32_t>> ports;
+    int32_t terminal = -1;
+    std::vector<Press> presses;
     int32_t start = 0;
     bool limited = false;
     uint64_t maxinstructions = 0;
@@ -75,7 +90,50 @@ std::string parseoptions(const std::vector<std::string>& args, RunOptions& o)
             return true;
         };
         std::string v;
-        if (a == "--trace") {
+        auto upper = [](std::string t) {
+            for (auto& ch : t)
+                ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+            return t;
+        };
+        auto hexport = [&](const std::string& t) { return parsehexbyte(upper(t.size() == 1 ? "0" + t : t)); };
+        if (a == "--format") {
+            if (!value(v) || (v != "hex" && v != "obj"))
+                return "--format needs hex or obj";
+            o.format = v;
+        } else if (a == "--port") {
+            const auto eq = value(v) ? v.find('=') : std::string::npos;
+            const int32_t p = eq == std::string::npos ? -1 : hexport(v.substr(0, eq));
+            const int32_t val = eq == std::string::npos ? -1 : hexport(v.substr(eq + 1));
+            if (p < 0 || val < 0)
+                return "--port needs PP=VV, two hex digits each";
+            o.ports.emplace_back(p, val);
+        } else if (a == "--terminal") {
+            o.terminal = value(v) ? hexport(v) : -1;
+            if (o.terminal < 0)
+                return "--terminal needs a port of two hex digits";
+        } else if (a == "--interrupt") {
+            const auto colon = value(v) ? v.find(':') : std::string::npos;
+            if (colon == std::string::npos)
+                return "--interrupt needs N:NAME";
+            Press pr;
+            const std::string num = v.substr(0, colon);
+            const auto r = std::from_chars(num.data(), num.data() + num.size(), pr.count);
+            if (r.ec != std::errc() || r.ptr != num.data() + num.size() || num.empty())
+                return "--interrupt needs a count N, not '" + num + "'";
+            const std::string name = upper(v.substr(colon + 1));
+            static const std::pair<const char*, int> names[] = {
+                {"RESET", 1}, {"TRAP", 2}, {"RST7.5", 3}, {"RST6.5", 4}, {"RST5.5", 5}};
+            for (const auto& [n, cmd] : names)
+                if (name == n)
+                    pr.command = cmd;
+            if (name.size() == 5 && name.compare(0, 4, "INTR") == 0 && name[4] >= '1' && name[4] <= '8') {
+                pr.command = 6;
+                pr.answer = name[4] - '0';
+            }
+            if (pr.command == 0)
+                return "--interrupt: unknown button '" + v.substr(colon + 1) + "'";
+            o.presses.push_back(pr);
+        } else if (a == "--trace") {
             o.trace = true;
         } else if (a == "--start") {
             if (!value(v))
@@ -119,22 +177,25 @@ std::string parseoptions(const std::vector<std::string>& args, RunOptions& o)
     return {};
 }
 
-// A binary image from address 0; refused if empty or over 64K.
-std::string loadimage(const std::string& path, MachineState& st)
+// A panel press as at Step By Step rate: it acts at once, and only if the button is enabled.
+void press(MachineState& st, CliHooks& hooks, const Press& p)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return "cannot open '" + path + "'";
-    std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (bytes.size() > 65536)
-        return "The size of the selected file is greater than 64K.";
-    if (bytes.empty())
-        return "The size of the selected file is zero.";
-    std::fill(st.mem.begin(), st.mem.begin() + 65536, 0);
-    for (size_t i = 0; i < bytes.size(); ++i)
-        st.mem[i] = static_cast<unsigned char>(bytes[i]);
-    st.programsize = static_cast<int32_t>(bytes.size());
-    return {};
+    if (!st.commandenabled[static_cast<size_t>(p.command)])
+        return;
+    if (p.command == 1) {
+        // RESET: held and let go; the run goes on from the start address.
+        const int32_t rate = st.simrate;
+        st.simrate = 1;
+        resetpress(st, hooks);
+        resetrelease(st, hooks, secondssincemidnight());
+        st.simrate = rate;
+        return;
+    }
+    hooks.intranswer = p.answer;
+    const int32_t rate = st.simrate;
+    st.simrate = 1;
+    interruptclick(st, hooks, p.command);
+    st.simrate = rate;
 }
 
 int run(const std::vector<std::string>& args)
@@ -145,9 +206,17 @@ int run(const std::vector<std::string>& args)
 
     static MachineState st; // the one machine of the process; too large for the stack
     initialisestate(st);
-    if (auto err = loadimage(o.program, st); !err.empty()) {
-        std::fprintf(stderr, "kelvane-cli run: %s\n", err.c_str());
-        return 2;
+    const ProgramLoadResult loaded = loadprogram(o.program, o.format, st.mem.data());
+    if (loaded.status != LoadStatus::ok) {
+        std::fprintf(stderr, "%s\n", loaded.message.c_str());
+        return loaded.exitcode();
+    }
+    st.programsize = loaded.size;
+    for (const auto& [p, v] : o.ports)
+        st.ports[static_cast<size_t>(p)] = v;
+    if (o.terminal >= 0) {
+        st.termenabled = true;
+        st.termport = o.terminal;
     }
     st.optffdefaults = o.ffdefaults ? "ON" : "OFF";
     st.opthalt = o.haltstops ? "ON" : "OFF";
@@ -173,12 +242,29 @@ int run(const std::vector<std::string>& args)
 
     const auto limit = static_cast<uint32_t>(o.maxinstructions);
     if (!o.limited || limit > 0) {
-        for (;;) {
-            stepinstruction(st, hooks);
-            if (st.stoprequest)
-                break;
-            if (o.limited && static_cast<uint32_t>(st.instructioncount) >= limit)
-                break;
+        if (o.presses.empty()) {
+            for (;;) {
+                stepinstruction(st, hooks);
+                if (st.stoprequest)
+                    break;
+                if (o.limited && static_cast<uint32_t>(st.instructioncount) >= limit)
+                    break;
+            }
+        } else {
+            for (;;) {
+                stepinstruction(st, hooks);
+                const auto count = static_cast<uint32_t>(st.instructioncount);
+                for (auto& p : o.presses) {
+                    if (!p.fired && p.count == count) {
+                        p.fired = true;
+                        press(st, hooks, p);
+                    }
+                }
+                if (st.stoprequest)
+                    break;
+                if (o.limited && static_cast<uint32_t>(st.instructioncount) >= limit)
+                    break;
+            }
         }
     }
 

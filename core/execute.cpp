@@ -391,6 +391,20 @@ void clean1(MachineState& st)
         KV_REG(r) = b1;                                                                                                \
         npc = pc + 2;                                                                                                  \
         break;
+// INR A and DCR A are the only register forms that write subflag.
+#define KV_INRDCR_A                                                                                                    \
+    case 0x3C:                                                                                                         \
+        st.a = aluinr(st, st.a);                                                                                       \
+        st.subflag = 0;                                                                                                \
+        break;                                                                                                         \
+    case 0x3D:                                                                                                         \
+        st.a = aludcr(st, st.a);                                                                                       \
+        st.subflag = 1;                                                                                                \
+        break;                                                                                                         \
+    case 0x3E:                                                                                                         \
+        st.a = b1;                                                                                                     \
+        npc = pc + 2;                                                                                                  \
+        break;
 #define KV_COND(cc)                                                                                                    \
     case 0xC0 + (cc) * 8:                                                                                              \
         if (condition(st, cc)) {                                                                                       \
@@ -477,7 +491,7 @@ void stepinstruction(MachineState& st, MachineHooks& hooks)
         KV_INRDCR(4)
         KV_INRDCR(5)
         KV_INRDCR(6)
-        KV_INRDCR(7)
+        KV_INRDCR_A
 
         KV_COND(0)
         KV_COND(1)

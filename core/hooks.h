@@ -65,7 +65,8 @@ public:
     }
     // ioprint: the I/O Ports Editor redraws (called only while it is open and the refresh option is on).
     virtual void ioprint(MachineState& st) { (void)st; }
-    // A line for the simulation log file outside the rows ("RESET").
+    // A line for the simulation log file outside the rows ("RESET"); it reaches log.txt only
+    // while the log file is open, which the implementation knows.
     virtual void logline(const char* text) { (void)text; }
 };
 

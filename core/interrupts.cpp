@@ -4,6 +4,8 @@
 
 #include "core/execute.h"
 
+#include <fstream>
+
 namespace kelvane {
 
 namespace {
@@ -81,6 +83,33 @@ void servependinginterrupts(MachineState& st, MachineHooks& hooks)
     for (int i = 0; i < 5; ++i)
         if (st.*(buttons[i].pending))
             interruptclick(st, hooks, i + 2);
+}
+
+void resetpress(MachineState& st, MachineHooks& hooks)
+{
+    st.resetinprogress = true;
+    hooks.pumpevents();
+    if (st.simrate == 1) {
+        clean(st, hooks);
+        setinterruptbuttons(st, hooks, false);
+    }
+}
+
+void resetrelease(MachineState& st, MachineHooks& hooks, float now)
+{
+    clean(st, hooks);
+    st.lastinstruction = "RESET";
+    setnextinstruction(st);
+    hooks.ekran(st);
+    st.starttimer = now - 0.01f;
+    setinterruptbuttons(st, hooks, true);
+    hooks.logline("RESET");
+    if (st.optinlog == "ON" && st.iologwritten) {
+        std::ofstream out(st.apppath + "io.txt", std::ios::binary | std::ios::app);
+        out << "RESET\r\n";
+    }
+    st.resetinprogress = false;
+    hooks.pumpevents();
 }
 
 void sidclick(MachineState& st)
