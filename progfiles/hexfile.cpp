@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string_view>
 
 namespace kelvane {
@@ -230,6 +231,7 @@ HexReadResult readhexfile(const std::string& path, HexBuffer& buf)
     buf.fill(0);
     std::error_code ec;
     std::ifstream in;
+    errno = 0;
     if (!std::filesystem::is_directory(path, ec))
         in.open(path, std::ios::binary);
     if (!in.is_open()) {
@@ -247,9 +249,30 @@ HexReadResult readhexfile(const std::string& path, HexBuffer& buf)
     }
     HexReader reader(buf);
     std::string line;
-    // Line by line, so that whatever follows the end record is never read in.
-    while (std::getline(in, line)) {
-        if (!reader.feed(line))
+    // Line by line, so that whatever follows the end record is never read in. Only a line that
+    // begins with ":" can be a record and is kept whole; of any other line its first characters
+    // decide, so that a comment or a binary file is never held in memory.
+    for (;;) {
+        const int c = in.peek();
+        if (c == std::char_traits<char>::eof())
+            break;
+        bool more = true;
+        if (c == ':') {
+            std::getline(in, line);
+            more = reader.feed(line);
+        } else if (c == ';') {
+            in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+            more = reader.feed(";");
+        } else if (c == '\n' || istrailingblank(static_cast<char>(c))) {
+            // Blanks alone make an empty line; a blank and then anything else is no record.
+            int d = in.get();
+            while (d != '\n' && d != std::char_traits<char>::eof() && istrailingblank(static_cast<char>(d)))
+                d = in.get();
+            more = reader.feed(d == '\n' || d == std::char_traits<char>::eof() ? "" : " ?");
+        } else {
+            more = reader.feed(std::string(1, static_cast<char>(c)));
+        }
+        if (!more)
             break;
     }
     return reader.finish();

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <unistd.h>
 #include <string>
 
 using namespace kelvane;
@@ -16,10 +19,25 @@ std::string rec(const std::string& body)
     return ":" + body + hexchecksum(body) + "\r\n";
 }
 
+// Reads the text as it is and as a file; the two readers must agree in everything.
 struct Read {
     std::unique_ptr<HexBuffer> buf = std::make_unique<HexBuffer>();
     HexReadResult r;
-    explicit Read(const std::string& text) { r = readhextext(text, *buf); }
+    explicit Read(const std::string& text)
+    {
+        r = readhextext(text, *buf);
+        const std::filesystem::path file =
+            std::filesystem::temp_directory_path() / ("kelvane-hexreader-" + std::to_string(::getpid()) + ".hex");
+        std::ofstream(file, std::ios::binary) << text;
+        auto filebuf = std::make_unique<HexBuffer>();
+        const HexReadResult f = readhexfile(file.string(), *filebuf);
+        std::filesystem::remove(file);
+        EXPECT_EQ(f.size, r.size);
+        EXPECT_EQ(f.error, r.error);
+        EXPECT_EQ(f.line, r.line);
+        EXPECT_EQ(f.message, r.message);
+        EXPECT_TRUE(*filebuf == *buf);
+    }
 };
 
 const std::string endrec = ":00000001FF\r\n";
@@ -134,7 +152,11 @@ TEST(HexReader, HostileInputStaysInsideTheBuffer)
 {
     std::string nul("\0\0:\0\n", 5);
     std::string longline = ":" + std::string(3'000'000, 'F') + "\n";
-    for (const std::string& text : {nul, longline}) {
+    std::string blanks = "  \t \r\n \x01\n";
+    std::string comment = ";" + std::string(1'000'000, '\xFF') + "\n:0100000055AA\n";
+    Read commented(comment);
+    EXPECT_EQ(commented.r.size, 1);
+    for (const std::string& text : {nul, longline, blanks}) {
         Read rd(text);
         EXPECT_EQ(rd.r.size, 0);
         EXPECT_NE(rd.r.error, 0);
