@@ -38,11 +38,11 @@ std::string quote(const std::string& s)
     return q + "'";
 }
 
-// Runs kelvane-cli disasm with args; its outputs go to files in a folder of their own.
-CliResult disasm(const std::vector<std::string>& args)
+// Runs kelvane-cli with a command and args; its outputs go to files in a folder of their own.
+CliResult cli(const char* command, const std::vector<std::string>& args)
 {
     test::WorkFolder io;
-    std::string cmd = quote(KELVANE_CLI_PATH) + " disasm";
+    std::string cmd = quote(KELVANE_CLI_PATH) + " " + command;
     for (const auto& a : args)
         cmd += " " + quote(a);
     cmd += " >" + quote((io.path() / "out").string()) + " 2>" + quote((io.path() / "err").string());
@@ -52,6 +52,11 @@ CliResult disasm(const std::vector<std::string>& args)
     r.out = slurp(io.path() / "out");
     r.err = slurp(io.path() / "err");
     return r;
+}
+
+CliResult disasm(const std::vector<std::string>& args)
+{
+    return cli("disasm", args);
 }
 
 std::string bytes(const std::vector<uint8_t>& v)
@@ -173,6 +178,27 @@ TEST(DisasmCli, RunsInOneFolderSideBySide)
             << "run " << k;
     }
     EXPECT_EQ(dir.entries().size(), 8u);
+}
+
+TEST(DisasmCli, SourceThroughTheAsmCommandGivesTheImageBack)
+{
+    std::mt19937 rng(1985);
+    test::WorkFolder progs;
+    test::WorkFolder sources;
+    for (int round = 0; round < 8; ++round) {
+        const std::vector<uint8_t> img = test::randomimage(rng, 1 + rng() % 20000, round % 2 == 0);
+        spit(progs.path() / "prog.obj", bytes(img));
+        const CliResult d = disasm({(progs.path() / "prog.obj").string(), "--source"});
+        ASSERT_EQ(d.status, 0) << d.err;
+        spit(sources.path() / "back.asm", d.out);
+        const CliResult a = cli("asm", {(sources.path() / "back.asm").string()});
+        ASSERT_EQ(a.status, 0) << "round " << round << ": " << a.err << a.out.substr(0, 400);
+        const std::string obj = slurp(sources.path() / "back.obj");
+        ASSERT_GE(obj.size(), img.size()) << "round " << round;
+        ASSERT_LE(obj.size(), img.size() + 2) << "round " << round;
+        EXPECT_EQ(obj.substr(0, img.size()), bytes(img)) << "round " << round;
+        EXPECT_EQ(obj.substr(img.size()), std::string(obj.size() - img.size(), '\0')) << "round " << round;
+    }
 }
 
 } // namespace
