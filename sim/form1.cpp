@@ -1,0 +1,1050 @@
+#include "sim/form1.h"
+
+#include "core/execute.h"
+#include "core/hexutil.h"
+#include "core/interrupts.h"
+#include "progfiles/programload.h"
+#include "sim/machinestate.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFontDatabase>
+#include <QFrame>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QThread>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#include <chrono>
+#include <ctime>
+#include <fstream>
+
+namespace kelvane {
+
+namespace {
+
+constexpr const char* programtitle = "Kelvane                  ";
+
+// Slots of the panel's value labels, in the order ekran writes them.
+enum PanelSlot : size_t {
+    sqinstrukcija,
+    sqinstrukcijanext,
+    sqinst,
+    sqtaktvreme,
+    sqa,
+    sqb,
+    sqc,
+    sqd,
+    sqe,
+    sqh,
+    sql,
+    sqfs,
+    sqfz,
+    sqf5,
+    sqfac,
+    sqf3,
+    sqfp,
+    sqf1,
+    sqfcy,
+    sqsp,
+    sqpc,
+    sqf,
+    sqhl,
+    sslotcount
+};
+
+// The registers and flags that direct entry can change: label, frame, box width in twips,
+// maximum length, and the field it writes.
+struct EntryTarget {
+    const char* label;
+    const char* frame;
+    int twips;
+    int maxlength;
+    int32_t MachineState::*field;
+};
+
+constexpr EntryTarget entrytargets[] = {
+    {"qa", "Frame1", 480, 2, &MachineState::a},     {"qb", "Frame2", 480, 2, &MachineState::b},
+    {"qc", "Frame2", 480, 2, &MachineState::c},     {"qd", "Frame2", 480, 2, &MachineState::d},
+    {"qe", "Frame2", 480, 2, &MachineState::e},     {"qh", "Frame3", 480, 2, &MachineState::h},
+    {"ql", "Frame3", 480, 2, &MachineState::l},     {"qfs", "Frame6", 240, 1, &MachineState::fs},
+    {"qfz", "Frame6", 240, 1, &MachineState::fz},   {"qfac", "Frame6", 240, 1, &MachineState::fac},
+    {"qfp", "Frame6", 240, 1, &MachineState::fp},   {"qfcy", "Frame6", 240, 1, &MachineState::fcy},
+    {"qsp", "Frame5", 765, 4, &MachineState::sp},   {"qpc", "Frame5", 765, 4, &MachineState::pc},
+};
+
+const EntryTarget* findtarget(const QString& name)
+{
+    for (const auto& t : entrytargets)
+        if (name == QLatin1String(t.label))
+            return &t;
+    return nullptr;
+}
+
+// The panel's look: value fields like the read-outs of an instrument, captions small above them.
+const char* panelstyle = R"(
+QWidget#panel { background: #2b2f33; }
+QGroupBox { color: #d8dde2; font-weight: bold; border: 1px solid #5a636b; border-radius: 4px;
+            margin-top: 10px; padding: 6px 4px 4px 4px; }
+QGroupBox::title { subcontrol-origin: margin; left: 8px; padding: 0 2px; }
+QLabel[role="caption"] { color: #aeb7bf; }
+QLabel[role="value"] { background: #0c130c; color: #6cff6c; border: 2px solid #000000;
+                       border-top-color: #111; border-left-color: #111; border-right-color: #5a636b;
+                       border-bottom-color: #5a636b; padding: 1px 5px; }
+QLabel[role="wide"] { background: #0c130c; color: #ffcf4a; border: 2px solid #000000;
+                      border-right-color: #5a636b; border-bottom-color: #5a636b; padding: 1px 6px; }
+QLabel[role="path"] { color: #d8dde2; padding: 1px 4px; }
+QPushButton { min-width: 64px; min-height: 26px; }
+)";
+
+} // namespace
+
+float secondssincemidnight()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t t = std::chrono::system_clock::to_time_t(now);
+    std::tm tmv{};
+    localtime_r(&t, &tmv);
+    const auto micros =
+        std::chrono::duration_cast<std::chrono::microseconds>(now.time_since_epoch()).count() % 1000000;
+    return static_cast<float>(tmv.tm_hour * 3600 + tmv.tm_min * 60 + tmv.tm_sec) +
+           static_cast<float>(micros) / 1e6f;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Hooks
+
+void PanelHooks::ekran(MachineState& st)
+{
+    composepanelvalues(st);
+    form_.ekran();
+}
+
+void PanelHooks::logrow(const MachineState& st, int32_t address)
+{
+    form_.simlog().line(formatlogrow(st, address));
+}
+
+void PanelHooks::interruptbuttonschanged(MachineState& st)
+{
+    (void)st;
+    form_.showbuttons();
+}
+
+void PanelHooks::menuspeed1(MachineState& st)
+{
+    (void)st;
+    form_.menuspeed_Click(1);
+}
+
+void PanelHooks::pumpevents()
+{
+    form_.pump(1);
+}
+
+void PanelHooks::inprompt(MachineState& st, int32_t port)
+{
+    // The entry dialog of IN: a plain input box until the dialog window is wired in.
+    bool ok = false;
+    const QString label = QString::fromStdString(hexword(st.pc) + "H: " + st.lastinstruction.str() +
+                                                 "\nEnter data received on port " + hexbyte(port) + "H [00-FF].");
+    for (;;) {
+        QString text = QInputDialog::getText(&form_, "IN Instruction Entry Dialog", label, QLineEdit::Normal, "", &ok);
+        if (!ok) {
+            st.invalue = 0;
+            return;
+        }
+        std::string t = text.toUpper().toStdString();
+        if (t.size() == 1)
+            t = "0" + t;
+        const int32_t v = parsehexbyte(t);
+        if (v >= 0) {
+            st.invalue = v;
+            return;
+        }
+        QMessageBox::warning(&form_, programtitle, "Wrong entry.");
+    }
+}
+
+int32_t PanelHooks::intrchoice(MachineState& st)
+{
+    (void)st;
+    const QString prompt = "Enter the choice of instruction supplied by the peripheral device.\n"
+                           "1 - RST 0\n2 - RST 1\n3 - RST 2\n4 - RST 3\n5 - RST 4\n6 - RST 5\n7 - RST 6\n8 - RST 7";
+    QString shown = prompt;
+    for (;;) {
+        bool ok = false;
+        const QString answer = QInputDialog::getText(&form_, programtitle, shown, QLineEdit::Normal, "", &ok);
+        if (ok) {
+            // The answer's leading number, rounded to an integer.
+            const std::string s = answer.trimmed().toStdString();
+            size_t used = 0;
+            double v = 0;
+            try {
+                v = std::stod(s, &used);
+            } catch (...) {
+                v = 0;
+            }
+            const long n = std::lround(v);
+            if (n >= 1 && n <= 8)
+                return static_cast<int32_t>(n);
+        }
+        shown = "Wrong entry.\n" + prompt;
+    }
+}
+
+void PanelHooks::logline(const char* text)
+{
+    form_.simlog().line(text);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Construction
+
+Form1::Form1(QWidget* parent) : QMainWindow(parent), hooks_(std::make_unique<PanelHooks>(*this))
+{
+    setObjectName("Form1");
+    setWindowTitle(programtitle);
+    buildpanel();
+    buildmenus();
+    ultimatetimer_ = new QTimer(this);
+    ultimatetimer_->setObjectName("ultimatetimer");
+    connect(ultimatetimer_, &QTimer::timeout, this, &Form1::ultimatetimer_Timer);
+    setmachinehooks(hooks_.get());
+
+    auto& st = machinestate();
+    clean(st, *hooks_);
+    menustep_->setEnabled(false);
+    menustep2_->setVisible(false);
+    menustop_->setEnabled(false);
+    menuspeed_Click(st.simrate >= 1 && st.simrate <= 6 ? st.simrate : 4);
+    showbuttons();
+}
+
+Form1::~Form1()
+{
+    setmachinehooks(nullptr);
+}
+
+QLabel* Form1::label(const char* name) const
+{
+    return findChild<QLabel*>(QString::fromLatin1(name));
+}
+
+QAction* Form1::action(const char* name) const
+{
+    return findChild<QAction*>(QString::fromLatin1(name));
+}
+
+void Form1::buildpanel()
+{
+    auto* panel = new QWidget(this);
+    panel->setObjectName("panel");
+    panel->setStyleSheet(panelstyle);
+    setCentralWidget(panel);
+    panel->installEventFilter(this);
+
+    QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    fixed.setPointSizeF(std::max(fixed.pointSizeF(), 10.0) * 1.35);
+    fixed.setBold(true);
+    QFont widefont = fixed;
+    widefont.setPointSizeF(fixed.pointSizeF() * 0.85);
+
+    auto watch = [this](QWidget* w) { w->installEventFilter(this); };
+
+    // A value read-out with its caption above it (the caption belongs to the label array l).
+    auto value = [&](const char* name, const char* caption, int digits, QGridLayout* grid, int col,
+                     size_t slot) -> QLabel* {
+        auto* cap = new QLabel(caption);
+        cap->setObjectName(QString("l_%1").arg(name));
+        cap->setProperty("role", "caption");
+        cap->setAlignment(Qt::AlignCenter);
+        watch(cap);
+        auto* v = new QLabel;
+        v->setObjectName(name);
+        v->setProperty("role", "value");
+        v->setFont(fixed);
+        v->setAlignment(Qt::AlignCenter);
+        const QFontMetrics fm(fixed);
+        v->setMinimumWidth(fm.horizontalAdvance(QString(digits, '8')) + 16);
+        v->setFixedHeight(fm.height() + 8);
+        watch(v);
+        grid->addWidget(cap, 0, col, Qt::AlignHCenter | Qt::AlignBottom);
+        grid->addWidget(v, 1, col, Qt::AlignHCenter);
+        panel_[slot] = v;
+        return v;
+    };
+    auto frame = [&](const char* name, const char* caption) {
+        auto* g = new QGroupBox(caption);
+        g->setObjectName(name);
+        watch(g);
+        auto* grid = new QGridLayout(g);
+        grid->setHorizontalSpacing(8);
+        grid->setVerticalSpacing(2);
+        return std::pair{g, grid};
+    };
+
+    auto [f1, g1] = frame("Frame1", " Program Status Word ");
+    value("qa", "A", 2, g1, 0, sqa);
+    value("qf", "F", 2, g1, 1, sqf);
+
+    auto [f2, g2] = frame("Frame2", " Main Registers ");
+    value("qb", "B", 2, g2, 0, sqb);
+    value("qc", "C", 2, g2, 1, sqc);
+    value("qd", "D", 2, g2, 2, sqd);
+    value("qe", "E", 2, g2, 3, sqe);
+
+    auto [f3, g3] = frame("Frame3", " Data Pointer ");
+    value("qh", "H", 2, g3, 0, sqh);
+    value("ql", "L", 2, g3, 1, sql);
+    value("qhl", "(HL)", 2, g3, 2, sqhl);
+
+    auto [f5, g5] = frame("Frame5", " Program Counter and Stack Pointer ");
+    value("qpc", "PC", 4, g5, 0, sqpc);
+    value("qsp", "SP", 4, g5, 1, sqsp);
+
+    auto [f6, g6] = frame("Frame6", " Flag Register ");
+    value("qfs", "S", 1, g6, 0, sqfs);
+    value("qfz", "Z", 1, g6, 1, sqfz);
+    value("qf5", "5", 1, g6, 2, sqf5);
+    value("qfac", "AC", 1, g6, 3, sqfac);
+    value("qf3", "3", 1, g6, 4, sqf3);
+    value("qfp", "P", 1, g6, 5, sqfp);
+    value("qf1", "1", 1, g6, 6, sqf1);
+    value("qfcy", "CY", 1, g6, 7, sqfcy);
+
+    auto [f4, g4] = frame("Frame4", " Simulation Statistics ");
+    {
+        auto counter = [&](const char* name, const char* caption, int row, size_t slot) {
+            auto* cap = new QLabel(caption);
+            cap->setObjectName(QString("l_%1").arg(name));
+            cap->setProperty("role", "caption");
+            watch(cap);
+            auto* v = new QLabel;
+            v->setObjectName(name);
+            v->setProperty("role", "wide");
+            v->setFont(widefont);
+            v->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(11, '8')) + 16);
+            watch(v);
+            g4->addWidget(cap, row * 2, 0);
+            g4->addWidget(v, row * 2 + 1, 0);
+            panel_[slot] = v;
+        };
+        counter("qtaktvreme", "Clock Cycles Counter", 0, sqtaktvreme);
+        counter("qinst", "Instructions Counter", 1, sqinst);
+    }
+
+    // Last and next instruction, outside the frames.
+    auto* instr = new QWidget;
+    instr->setObjectName("instructions");
+    auto* ig = new QGridLayout(instr);
+    ig->setContentsMargins(4, 10, 4, 4);
+    auto wide = [&](const char* name, const char* caption, int row, size_t slot) {
+        auto* cap = new QLabel(caption);
+        cap->setObjectName(QString("l_%1").arg(name));
+        cap->setProperty("role", "caption");
+        watch(cap);
+        auto* v = new QLabel;
+        v->setObjectName(name);
+        v->setProperty("role", "wide");
+        v->setFont(widefont);
+        v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(16, 'M')) + 16);
+        watch(v);
+        ig->addWidget(cap, row * 2, 0);
+        ig->addWidget(v, row * 2 + 1, 0);
+        if (slot < sslotcount)
+            panel_[slot] = v;
+        return v;
+    };
+    wide("qinstrukcija", "Last Instruction", 0, sqinstrukcija);
+    wide("qinstrukcijanext", "Next Instruction", 1, sqinstrukcijanext);
+
+    // The interrupt buttons; SID and SOD beside them.
+    auto [f7, g7] = frame("Frame7", " Interrupt Control ");
+    const char* captions[] = {"", "RESET", "TRAP", "RST 7.5", "RST 6.5", "RST 5.5", "INTR"};
+    for (int i = 1; i <= 6; ++i) {
+        auto* b = new QPushButton(captions[i]);
+        b->setObjectName(QString("Command%1").arg(i));
+        b->setFocusPolicy(Qt::StrongFocus);
+        g7->addWidget(b, 0, i - 1);
+        commands_[static_cast<size_t>(i)] = b;
+    }
+    connect(commands_[1], &QPushButton::pressed, this, &Form1::Command1_MouseDown);
+    connect(commands_[1], &QPushButton::released, this, &Form1::Command1_MouseUp);
+    for (int i = 2; i <= 6; ++i)
+        connect(commands_[static_cast<size_t>(i)], &QPushButton::clicked, this, [this, i] { interruptbutton_Click(i); });
+
+    auto* serial = new QWidget;
+    serial->setObjectName("serial");
+    auto* sl = new QVBoxLayout(serial);
+    sl->setContentsMargins(4, 14, 4, 4);
+    commands_[7] = new QPushButton("SID = 0");
+    commands_[7]->setObjectName("Command7");
+    connect(commands_[7], &QPushButton::clicked, this, &Form1::Command7_Click);
+    sodlabel_ = new QLabel("SOD = 0");
+    sodlabel_->setObjectName("sodlabel");
+    sodlabel_->setProperty("role", "wide");
+    sodlabel_->setFont(widefont);
+    sodlabel_->setAlignment(Qt::AlignCenter);
+    watch(sodlabel_);
+    sl->addWidget(commands_[7]);
+    sl->addWidget(sodlabel_);
+
+    // Program location.
+    auto* loc = new QWidget;
+    auto* ll = new QHBoxLayout(loc);
+    ll->setContentsMargins(4, 0, 4, 0);
+    auto* loccap = new QLabel("Program Location");
+    loccap->setObjectName("l_qstaza");
+    loccap->setProperty("role", "caption");
+    watch(loccap);
+    auto* qstaza = new QLabel;
+    qstaza->setObjectName("qstaza");
+    qstaza->setProperty("role", "path");
+    qstaza->setMinimumWidth(300);
+    qstaza->setTextInteractionFlags(Qt::NoTextInteraction);
+    watch(qstaza);
+    ll->addWidget(loccap);
+    ll->addWidget(qstaza, 1);
+
+    auto* grid = new QGridLayout(panel);
+    grid->setContentsMargins(10, 8, 10, 8);
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(6);
+    grid->addWidget(f1, 0, 0);
+    grid->addWidget(f2, 0, 1);
+    grid->addWidget(f3, 0, 2);
+    grid->addWidget(f5, 1, 0);
+    grid->addWidget(f6, 1, 1, 1, 2);
+    grid->addWidget(instr, 2, 0, 1, 2);
+    grid->addWidget(f4, 2, 2);
+    grid->addWidget(f7, 3, 0, 1, 2);
+    grid->addWidget(serial, 3, 2);
+    grid->addWidget(loc, 4, 0, 1, 3);
+    grid->setSizeConstraint(QLayout::SetFixedSize);
+
+    // Frame10 with the entry box: hidden except during an entry.
+    Frame10_ = new QFrame(panel);
+    Frame10_->setObjectName("Frame10");
+    Frame10_->setFrameShape(QFrame::NoFrame);
+    auto* fl = new QHBoxLayout(Frame10_);
+    fl->setContentsMargins(0, 0, 0, 0);
+    Text1_ = new QLineEdit(Frame10_);
+    Text1_->setObjectName("Text1");
+    Text1_->setFont(fixed);
+    Text1_->setAlignment(Qt::AlignCenter);
+    Text1_->setStyleSheet("QLineEdit { background: #fffbe0; color: #000; border: 2px solid #ffb000; padding: 0; }");
+    Text1_->installEventFilter(this);
+    fl->addWidget(Text1_);
+    Frame10_->hide();
+}
+
+void Form1::buildmenus()
+{
+    auto* bar = menuBar();
+    auto* menu2 = bar->addMenu("&Simulation");
+    menu2->setObjectName("menu2");
+    menustart_ = menu2->addAction("&1 Start", QKeySequence(Qt::Key_F1), this, &Form1::menustart_Click);
+    menustart_->setObjectName("menustart");
+    menustep_ = menu2->addAction("&2 Step", QKeySequence(Qt::Key_F2), this, &Form1::menustep_Click);
+    menustep_->setObjectName("menustep");
+    menustop_ = menu2->addAction("&3 Stop", QKeySequence(Qt::Key_F3), this, [this] { menustop_Click(false); });
+    menustop_->setObjectName("menustop");
+
+    auto* menu3 = bar->addMenu("&Rate");
+    menu3->setObjectName("menu3");
+    const char* rates[] = {"", "&1 Step By Step", "&2 Slow", "&3 Normal", "&4 Fast", "&5 Extremely Fast", "&6 Ultimate"};
+    const Qt::Key keys[] = {Qt::Key_unknown, Qt::Key_F1, Qt::Key_F2, Qt::Key_F3, Qt::Key_F4, Qt::Key_F5, Qt::Key_F6};
+    for (int n = 1; n <= 6; ++n) {
+        auto* a = menu3->addAction(rates[n], QKeySequence(Qt::CTRL | keys[n]), this, [this, n] { menuspeed_Click(n); });
+        a->setObjectName(QString("menuspeed%1").arg(n));
+        a->setCheckable(true);
+        menuspeed_[static_cast<size_t>(n)] = a;
+    }
+
+    menustep2_ = bar->addAction("STEP");
+    menustep2_->setObjectName("menustep2");
+    connect(menustep2_, &QAction::triggered, this, &Form1::menustep2_Click);
+
+    // Opening any main menu dismisses an entry in progress.
+    for (QMenu* m : {menu2, menu3})
+        connect(m, &QMenu::aboutToShow, this, &Form1::dismissentry);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Event pump, messages, settings
+
+void Form1::pump(int n)
+{
+    for (int i = 0; i < n; ++i)
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
+
+void Form1::tell(const std::string& text)
+{
+    if (messagesink) {
+        messagesink(text);
+        return;
+    }
+    QString t = QString::fromStdString(text);
+    t.replace("\r\n", "\n");
+    QMessageBox::information(this, programtitle, t);
+}
+
+void Form1::saverate()
+{
+    // The settings store keeps "Simulation Rate"; until it is wired in the rate lives in memory only.
+}
+
+int Form1::ultimateinterval()
+{
+    return 500;
+}
+
+void Form1::startultimatetimer()
+{
+    ultimatetimer_->start(ultimateinterval());
+    machinestate().refreshrequest = false;
+}
+
+std::string Form1::loadprogramfile(const QString& path)
+{
+    auto& st = machinestate();
+    std::vector<int32_t> image(65536, 0);
+    const ProgramLoadResult r = loadprogram(path.toStdString(), "", image.data());
+    if (r.status != LoadStatus::ok)
+        return r.message.empty() ? "The file could not be read." : r.message;
+    std::copy(image.begin(), image.end(), st.mem.begin());
+    st.programsize = r.size;
+    label("qstaza")->setText(path);
+    clean(st, *hooks_);
+    return {};
+}
+
+// ---------------------------------------------------------------------------------------------
+// The panel
+
+void Form1::setpanel(QLabel* lab, size_t slot, const std::string& text)
+{
+    if (shown_[slot] == text)
+        return;
+    shown_[slot] = text;
+    lab->setText(QString::fromStdString(text));
+}
+
+void Form1::ekran()
+{
+    auto& st = machinestate();
+    setpanel(panel_[sqinstrukcija], sqinstrukcija, st.lastinstruction.str());
+    setpanel(panel_[sqinstrukcijanext], sqinstrukcijanext, st.nextinstruction.str());
+    setpanel(panel_[sqinst], sqinst, std::to_string(st.instructioncount));
+    setpanel(panel_[sqtaktvreme], sqtaktvreme, std::to_string(st.cyclecount));
+    pump(5);
+    const int32_t regs[] = {st.a, st.b, st.c, st.d, st.e, st.h, st.l};
+    for (size_t i = 0; i < 7; ++i)
+        setpanel(panel_[sqa + i], sqa + i, hexbyte(regs[i]));
+    const int32_t flags[] = {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy};
+    for (size_t i = 0; i < 8; ++i)
+        setpanel(panel_[sqfs + i], sqfs + i, std::to_string(flags[i]));
+    setpanel(panel_[sqsp], sqsp, hexword(st.sp));
+    setpanel(panel_[sqpc], sqpc, hexword(st.pc));
+    composepanelvalues(st);
+    setpanel(panel_[sqf], sqf, hexbyte(st.f));
+    setpanel(panel_[sqhl], sqhl, hexbyte(st.hlvalue));
+    const QString sid = QStringLiteral("SID = %1").arg(st.sid);
+    if (commands_[7]->text() != sid)
+        commands_[7]->setText(sid);
+    const QString sod = QStringLiteral("SOD = %1").arg(st.sod);
+    if (sodlabel_->text() != sod)
+        sodlabel_->setText(sod);
+    pump(5);
+}
+
+bool Form1::entryopen() const
+{
+    return Frame10_->isVisible();
+}
+
+void Form1::panelclick(const QString& name)
+{
+    const EntryTarget* t = findtarget(name);
+    if (!t) {
+        dismissentry();
+        return;
+    }
+    const auto& st = machinestate();
+    // Only in the Stepping state: rate 1, a run in progress, no instruction under way.
+    if (st.simrate != 1 || menustart_->isEnabled() || loopactive_)
+        return;
+    openentry(findChild<QLabel*>(t->label), findChild<QGroupBox*>(t->frame), t->twips, t->maxlength);
+    editedregister_ = t->label;
+}
+
+void Form1::openentry(QLabel* target, QGroupBox* frame, int twips, int maxlength)
+{
+    (void)frame; // the label's place within its frame plus the frame's place: mapped at once
+    QWidget* panel = centralWidget();
+    const QPoint at = target->mapTo(panel, QPoint(0, 0));
+    const int width = std::max(twips / 15, target->width());
+    // The box sits over the label, 20 twips higher.
+    Frame10_->setGeometry(at.x() + (target->width() - width) / 2, at.y() - 1, width, target->height() + 2);
+    Text1_->setMaxLength(maxlength);
+    Frame10_->raise();
+    Frame10_->show();
+    Text1_->setFocus(Qt::OtherFocusReason);
+    Text1_->clear();
+}
+
+void Form1::dismissentry()
+{
+    if (!Frame10_)
+        return;
+    if (Frame10_->isVisible())
+        Frame10_->hide();
+    Text1_->clear();
+}
+
+void Form1::Text1_KeyPress(int key)
+{
+    if (key == 13) {
+        commitentry();
+        Frame10_->hide();
+        Text1_->clear();
+    } else if (key == 27) {
+        Frame10_->hide();
+        Text1_->clear();
+    }
+}
+
+void Form1::commitentry()
+{
+    auto& st = machinestate();
+    const EntryTarget* t = findtarget(editedregister_);
+    if (!t || st.simrate != 1 || menustart_->isEnabled() || loopactive_)
+        return;
+    std::string text = Text1_->text().toUpper().toStdString();
+    if (t->maxlength == 4) {
+        if (text.size() < 4)
+            text.insert(0, 4 - text.size(), '0');
+        const int32_t v = parsehexword(text);
+        if (v == -1)
+            return;
+        st.*(t->field) = v;
+    } else {
+        if (text.size() < 2)
+            text.insert(0, 2 - text.size(), '0');
+        const int32_t v = parsehexbyte(text);
+        if (v == -1)
+            return;
+        if (t->maxlength == 1 && v > 1)
+            return;
+        st.*(t->field) = v;
+    }
+    hooks_->ekran(st);
+}
+
+bool Form1::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == Text1_) {
+        if (event->type() == QEvent::KeyPress) {
+            const int k = static_cast<QKeyEvent*>(event)->key();
+            if (k == Qt::Key_Return || k == Qt::Key_Enter) {
+                Text1_KeyPress(13);
+                return true;
+            }
+            if (k == Qt::Key_Escape) {
+                Text1_KeyPress(27);
+                return true;
+            }
+        } else if (event->type() == QEvent::FocusOut) {
+            dismissentry(); // Text1_LostFocus
+        }
+        return QMainWindow::eventFilter(watched, event);
+    }
+    if (event->type() == QEvent::MouseButtonPress) {
+        panelclick(watched->objectName());
+        return false;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Buttons
+
+void Form1::showbuttons()
+{
+    const auto& en = machinestate().commandenabled;
+    for (size_t i = 1; i <= 7; ++i)
+        if (commands_[i]->isEnabled() != en[i])
+            commands_[i]->setEnabled(en[i]);
+}
+
+void Form1::interruptbutton_Click(int command)
+{
+    dismissentry();
+    auto& st = machinestate();
+    if (!st.commandenabled[static_cast<size_t>(command)])
+        return;
+    if (loopactive_ && st.simrate == 1) {
+        // A Step is under way: the after-work of its instruction serves the press.
+        bool* pending[] = {&st.pendingtrap, &st.pendingrst75, &st.pendingrst65, &st.pendingrst55, &st.pendingintr};
+        *pending[command - 2] = true;
+        return;
+    }
+    interruptclick(st, *hooks_, command);
+}
+
+void Form1::Command7_Click()
+{
+    dismissentry();
+    auto& st = machinestate();
+    sidclick(st);
+    commands_[7]->setText(QStringLiteral("SID = %1").arg(st.sid));
+    commands_[1]->setFocus();
+}
+
+void Form1::Command1_MouseDown()
+{
+    dismissentry();
+    auto& st = machinestate();
+    if (!st.commandenabled[1])
+        return;
+    menustep_->setEnabled(false);
+    menustep2_->setVisible(false);
+    st.resetinprogress = true;
+    releasepending_ = false;
+    pump(1);
+    if (st.simrate == 1 && !loopactive_) {
+        clean(st, *hooks_);
+        setinterruptbuttons(st, *hooks_, false);
+    }
+}
+
+void Form1::Command1_MouseUp()
+{
+    auto& st = machinestate();
+    if (!st.resetinprogress || st.resetrequest)
+        return;
+    if (loopactive_) {
+        // The loop has not yet seen the press: it carries out the release when it ends.
+        releasepending_ = true;
+        return;
+    }
+    resetrelease();
+    if (st.running && st.simrate != 1 && !loopactive_)
+        runloop();
+}
+
+// Steps 1-7 of letting RESET go; the caller decides between Step commands and the loop.
+void Form1::resetrelease()
+{
+    auto& st = machinestate();
+    clean(st, *hooks_);
+    st.lastinstruction = "RESET";
+    setnextinstruction(st);
+    hooks_->ekran(st);
+    commands_[1]->setEnabled(false);
+    pump(1);
+    QThread::msleep(500);
+    commands_[1]->setEnabled(st.commandenabled[1]);
+    st.starttimer = secondssincemidnight() - 0.01f;
+    setinterruptbuttons(st, *hooks_, true);
+    if (st.optlogging == "ON")
+        log_.line("RESET");
+    if (st.optinlog == "ON" && st.iologwritten) {
+        std::ofstream io(st.apppath + "io.txt", std::ios::binary | std::ios::app);
+        io << "RESET\r\n";
+    }
+    st.resetinprogress = false;
+    pump(1);
+    if (st.simrate == 1 && st.running) {
+        menustep_->setEnabled(true);
+        menustep2_->setVisible(true);
+    }
+}
+
+void Form1::clickreset()
+{
+    auto& st = machinestate();
+    if (!st.resetrequest && st.simrate != 1 && loopactive_) {
+        st.resetrequest = true;
+        st.resetinprogress = true;
+        pump(1);
+        return;
+    }
+    st.resetrequest = false;
+    st.resetinprogress = false;
+    menustep_->setEnabled(false);
+    menustep2_->setVisible(false);
+    setinterruptbuttons(st, *hooks_, false);
+    clean(st, *hooks_);
+    pump(1);
+    clean(st, *hooks_);
+    resetrelease();
+    if (st.running && st.simrate != 1 && !loopactive_)
+        runloop();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Start, Step, Stop
+
+void Form1::setrunmenus(bool run)
+{
+    menustart_->setEnabled(!run);
+    menustop_->setEnabled(run);
+    for (const char* name : {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menuenablelogging",
+                             "menuclock", "menuaddress", "menuinlog"})
+        if (QAction* a = action(name))
+            a->setEnabled(!run);
+}
+
+void Form1::menustart_Click()
+{
+    auto& st = machinestate();
+    if (st.running || loopactive_)
+        return;
+    dismissentry();
+    st.running = true;
+    clean(st, *hooks_);
+    clean1(st);
+    setnextinstruction(st);
+    hooks_->ekran(st);
+    st.commandenabled = {false, true, true, false, false, false, false, true};
+    showbuttons();
+    setrunmenus(true);
+    pump(1);
+    st.starttimer = secondssincemidnight() - 0.01f;
+    if (st.optlogging == "ON") {
+        log_.open(st.apppath);
+        hooks_->wantlog = log_.isopen();
+    }
+    copytopmirror(st);
+    for (size_t i = 0; i < 5; ++i) {
+        if (st.moduletext[i] != "OFF" && st.moduleobject[i]) {
+            try {
+                st.moduleobject[i]->objectinit();
+            } catch (...) {
+            }
+        }
+    }
+    if (!st.running)
+        return; // stopped from inside the pump above
+    if (st.simrate == 1) {
+        menustep_->setEnabled(true);
+        menustep2_->setVisible(true);
+    } else {
+        if (st.simrate == 6)
+            startultimatetimer();
+        runloop();
+    }
+}
+
+void Form1::menustep_Click()
+{
+    // One Step at a time: a second Step command that arrives while the first is under way is dropped.
+    if (loopactive_ || !menustep_->isEnabled())
+        return;
+    dismissentry();
+    runloop();
+}
+
+void Form1::menustep2_Click()
+{
+    menustep_Click();
+}
+
+void Form1::waitrate(int passes)
+{
+    auto& st = machinestate();
+    for (int i = 0; i < passes; ++i) {
+        if (st.simrate == 1 || st.stoprequest || st.resetinprogress || quitting_)
+            return;
+        QThread::msleep(5);
+        pump(1);
+    }
+}
+
+// Rate 6: instructions back to back for a time slice, then the event queue. Every instruction
+// still ends with its after-work; the panel follows on the timer's flag.
+void Form1::ultimateslice()
+{
+    auto& st = machinestate();
+    MachineHooks& hk = *hooks_;
+    using clock = std::chrono::steady_clock;
+    const auto deadline = clock::now() + std::chrono::milliseconds(12);
+    for (;;) {
+        for (int i = 0; i < 2048; ++i) {
+            stepinstruction(st, hk);
+            if (st.simrate != 6 || st.stoprequest || st.resetinprogress) [[unlikely]]
+                goto done;
+        }
+        if (clock::now() >= deadline)
+            break;
+    }
+done:
+    pump(1);
+}
+
+void Form1::runloop()
+{
+    auto& st = machinestate();
+    if (loopactive_ || !st.running)
+        return;
+    dismissentry();
+    for (;;) {
+        loopactive_ = true;
+        for (;;) {
+            if (st.simrate == 6) {
+                ultimateslice();
+            } else {
+                stepinstruction(st, *hooks_);
+                pump(5);
+                if (st.simrate == 2)
+                    waitrate(140);
+                if (st.simrate == 3)
+                    waitrate(24);
+                if (st.simrate == 4)
+                    waitrate(5);
+                pump(5);
+            }
+            if (st.simrate == 1 || st.stoprequest || st.resetinprogress || quitting_ || !st.running)
+                break;
+        }
+        loopactive_ = false;
+        if (quitting_)
+            return;
+        hooks_->ekran(st);
+        if (st.stoprequest) {
+            menustop_Click(true);
+            return;
+        }
+        if (st.resetinprogress) {
+            clean(st, *hooks_);
+            setinterruptbuttons(st, *hooks_, false);
+            if (st.resetrequest) {
+                releasepending_ = false;
+                clickreset();
+                return;
+            }
+            if (releasepending_) {
+                // RESET was pressed and let go while the loop ran: carry out the release now.
+                releasepending_ = false;
+                resetrelease();
+                if (st.running && st.simrate != 1 && !st.stoprequest)
+                    continue;
+            }
+        }
+        if (st.running && st.simrate == 1) {
+            menustep_->setEnabled(true);
+            menustep2_->setVisible(true);
+        }
+        return;
+    }
+}
+
+void Form1::menustop_Click(bool fromloop)
+{
+    auto& st = machinestate();
+    if (!st.running)
+        return; // already stopped: a second Stop while the loop was winding down
+    dismissentry();
+    if (!fromloop && (loopactive_ || (!st.stoprequest && st.simrate != 1))) {
+        // The loop ends at its next test and calls this handler again.
+        st.stoprequest = true;
+        pump(1);
+        return;
+    }
+    st.running = false;
+    const float now = secondssincemidnight();
+    if (now < st.starttimer)
+        st.starttimer -= 86400.0f;
+    st.starttimer = now - st.starttimer;
+    const std::string elapsed = elapsedtext(st.starttimer);
+
+    for (size_t i = 1; i <= 7; ++i)
+        st.commandenabled[i] = false;
+    showbuttons();
+    setrunmenus(false);
+    menustep_->setEnabled(false);
+    menustep2_->setVisible(false);
+
+    const std::string message = statisticsmessage(st, elapsed);
+    const bool logged = st.optlogging == "ON" && log_.isopen();
+    if (log_.isopen()) {
+        const auto cut = message.rfind("\r\n");
+        log_.close(elapsed, cut == std::string::npos ? message : message.substr(cut + 2));
+    }
+    hooks_->wantlog = false;
+    if (st.optinlog == "ON" && st.iologwritten) {
+        std::ofstream io(st.apppath + "io.txt", std::ios::binary | std::ios::app);
+        io << "\r\n\r\n";
+    }
+    tell(message);
+    if (logged)
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(log_.path())));
+    ultimatetimer_->stop();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Rates
+
+void Form1::menuspeed_Click(int n)
+{
+    for (int i = 1; i <= 6; ++i)
+        menuspeed_[static_cast<size_t>(i)]->setChecked(i == n);
+    machinestate().simrate = n;
+    applyrate();
+}
+
+void Form1::applyrate()
+{
+    auto& st = machinestate();
+    saverate();
+    if (!menustop_->isEnabled())
+        return;
+    if (st.simrate == 6)
+        startultimatetimer();
+    if (st.simrate == 1) {
+        menustep_->setEnabled(true);
+        menustep2_->setVisible(true);
+    }
+    if (st.simrate != 1 && menustep_->isEnabled()) {
+        menustep_->setEnabled(false);
+        menustep2_->setVisible(false);
+        // From Step By Step to a running rate: the loop starts here, inside the menu's handler,
+        // unless a Step is under way, whose loop now simply goes on at the new rate.
+        if (!loopactive_)
+            runloop();
+    }
+}
+
+void Form1::ultimatetimer_Timer()
+{
+    machinestate().refreshrequest = true;
+}
+
+void Form1::closeEvent(QCloseEvent* event)
+{
+    // Ending the program during a run: the loop stops at once, without the statistics.
+    if (loopactive_) {
+        quitting_ = true;
+        machinestate().stoprequest = true;
+        QCoreApplication::quit();
+    }
+    event->accept();
+}
+
+} // namespace kelvane
