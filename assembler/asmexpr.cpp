@@ -127,6 +127,24 @@ int32_t parsenumber(std::string_view s)
         value = v;
     } else {
         dropzeros(u);
+        // Plain digits read back as themselves; any character the number-to-text conversion
+        // never writes means the text can't be a number.
+        bool digitsonly = !u.empty();
+        for (char c : u) {
+            if (c < '0' || c > '9') {
+                digitsonly = false;
+                if (c != '.' && c != 'E' && c != '+' && c != '-')
+                    return novalue;
+            }
+        }
+        if (digitsonly && u.size() <= 9) {
+            value = std::stoll(u);
+            if (value >= 65536)
+                return novalue;
+            if (negative)
+                value = -value;
+            return static_cast<int32_t>(value);
+        }
         const double x = decimalprefix(u);
         if (numbertext(x) != u)
             return novalue;
