@@ -301,46 +301,46 @@ def g_daa(rng):
 def g_intr(rng):
     """EI, DI, SIM, RIM and HLT with presses of the interrupt buttons."""
     image = bytearray(0x100)
-    # routines at the vectors: a few instructions, then EI/RET or just RET
-    for vec in (0x00, 0x08, 0x10, 0x18, 0x20, 0x24, 0x28, 0x2C, 0x30, 0x34, 0x38, 0x3C):
-        pass
     main = 0x40
-    s = Stream(rng, image, main, 0xA0, data=(0xE0, 0x100))
-    ops = [0xFB, 0xFB, 0xF3, 0x30, 0x20, 0x76, 0x3E, 0x3E, 0xC5, 0xC1, 0xF5]
-    while s.pos < 0xD8:
-        if rng.random() < 0.35:
+    # a main loop of harmless instructions with EI, DI, SIM, RIM and HLT among them
+    safe = [op for op in range(0x40, 0xC0) if op != 0x76]
+    safe += [0x04, 0x05, 0x0C, 0x0D, 0x3C, 0x3D, 0x07, 0x0F, 0x17, 0x1F, 0x27, 0x2F,
+             0x37, 0x3F, 0x03, 0x13, 0x0B, 0x1B, 0x09, 0x19, 0x29, 0x00, 0xEB]
+    s = Stream(rng, image, main, 0x90, data=(0xE0, 0x100))
+    s.put(0x21, 0xE0, 0x00)
+    if rng.random() < 0.5:
+        s.put(0x31, 0x00, 0x00)
+    ops = [0xFB, 0xFB, 0xFB, 0xF3, 0x30, 0x30, 0x20, 0x76, 0x3E, 0x3E, 0xC5, 0xC1,
+           0xF5, 0xF1, 0xC7, 0xE7, 0xDB, 0xD3]
+    while s.pos < 0xC8:
+        if rng.random() < 0.4:
             op = rng.choice(ops)
             if op == 0x3E:
-                s.put(0x3E, rng.choice((0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0F, 0x48, 0xC8,
-                                        0x40, 0x00, rng.randrange(256))))
+                s.put(0x3E, rng.choice((0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F,
+                                        0x48, 0xC8, 0x40, 0x00, rng.randrange(256))))
             else:
-                s.put(op)
+                s.instruction(op)
         else:
-            op = rng.randrange(256)
-            while op in (0x76,) or op in WORD_OPS and op not in (0x01, 0x11, 0x21, 0x31):
-                op = rng.randrange(256)
-            s.instruction(op)
+            s.instruction(rng.choice(safe))
     s.put(0xC3, main & 0xFF, 0)
     for vec in range(0, 0x40, 4):
-        body = rng.choice(([0xFB, 0xC9], [0xC9], [0x3C, 0xFB, 0xC9], [0x00, 0xC9],
-                           [0x20, 0xFB, 0xC9], [0xF3, 0xC9]))
-        if vec % 8 == 0 and vec != 0:
-            body = body[:4]
-        for i, v in enumerate(body[:4]):
+        body = rng.choice(([0xFB, 0xC9], [0xFB, 0xC9], [0xC9], [0x3C, 0xFB, 0xC9],
+                           [0x00, 0xC9], [0x20, 0xFB, 0xC9], [0xF3, 0xC9], [0x76, 0xC9]))
+        for i, v in enumerate(body):
             image[vec + i] = v
     image[0] = 0xC3
     image[1] = main
     image[2] = 0
+    fill_data(rng, image, 0xE0, 0x100)
     opts = base_options(rng, 50, 1200)
-    opts.ffdefaults = rng.random() < 0.5
-    opts.haltstops = rng.random() < 0.3
+    opts.haltstops = rng.random() < 0.2
     presses = []
-    n = rng.randint(1, 8)
+    n = rng.randint(1, 20)
     at = sorted(rng.sample(range(1, opts.maxinstr - 2), min(n, opts.maxinstr // 3)))
     last = -10
     for c in at:
         if c - last >= 3:
-            name = rng.choice(INTERRUPT_NAMES[:-1] if rng.random() < 0.9 else INTERRUPT_NAMES)
+            name = rng.choice(INTERRUPT_NAMES[:-1] if rng.random() < 0.93 else INTERRUPT_NAMES)
             presses.append((c, name))
             last = c
     opts.presses = presses

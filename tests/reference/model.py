@@ -892,6 +892,7 @@ def run(image, opts, step_limit=10 ** 7):
     except Undefined as ex:
         res.undefined = str(ex)
     res.instructions = steps
+    res.machine = m
     res.stdout = b"".join(m.out)
     res.stats = [
         "Total number of executed instructions is %d." % m.instructioncount,
