@@ -17,7 +17,7 @@ import time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 import model                      # noqa: E402
-from gen import KINDS, gen, program_hex   # noqa: E402
+from gen import KINDS, SLOW_KINDS, fixed_programs, gen, program_hex   # noqa: E402
 
 ELAPSED = re.compile(r"^\d+\.\d+ seconds elapsed\.$")
 
@@ -47,7 +47,8 @@ def show_rows(rows, upto, before=5):
 
 def describe(seed, index, prog):
     o = prog.opts
-    lines = ["seed %s, program %d, kind %s" % (seed, index, prog.kind),
+    where = "program %d" % index if index >= 0 else "fixed program"
+    lines = ["seed %s, %s, kind %s" % (seed, where, prog.kind),
              "options: " + " ".join(o.argv()),
              "program (hex):", program_hex(prog.image)]
     return "\n".join(lines)
@@ -111,7 +112,7 @@ def main():
     seed = a.seed if a.seed is not None else "1"
     kinds = [k for k in a.kinds.split(",") if k]
     for k in kinds:
-        if k not in KINDS:
+        if k not in KINDS + SLOW_KINDS:
             ap.error("unknown kind " + k)
     tmpdir = tempfile.mkdtemp(prefix="kelvane-ref-")
     if a.interrupts == "off":
@@ -133,10 +134,15 @@ def main():
     instructions = 0
     undefined = 0
     t0 = time.time()
-    indices = [a.only] if a.only is not None else range(a.count)
+    fixed = [] if a.only is not None else fixed_programs()
+    if "intr" not in kinds:
+        fixed = [p for p in fixed if not p.opts.presses]
+    indices = [a.only] if a.only is not None else range(-len(fixed), a.count)
     for index in indices:
-        rng = random.Random("%s:%d" % (seed, index))
-        prog = gen(rng, kinds)
+        if index < 0:
+            prog = fixed[index + len(fixed)]
+        else:
+            prog = gen(random.Random("%s:%d" % (seed, index)), kinds)
         res = model.run(prog.image, prog.opts)
         with open(path, "wb") as f:
             f.write(prog.image)

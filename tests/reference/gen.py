@@ -5,7 +5,8 @@
 
 from model import RunOptions, UNDEFINED_OPCODES
 
-CLOCKS = ("4", "4", "4", "2.5", "1", "3", "6.144", "0.5", "3.125", "5", "10", "1.5")
+CLOCKS = ("4", "4", "4", "2.5", "1", "3", "6.144", "0.5", "3.125", "5", "10", "1.5",
+          "0.1", "3.579545", "2.4576", "12", "100", "0.3", "7.3728", "1.8432")
 COND_JUMPS = (0xC2, 0xCA, 0xD2, 0xDA, 0xE2, 0xEA, 0xF2, 0xFA)
 COND_CALLS = (0xC4, 0xCC, 0xD4, 0xDC, 0xE4, 0xEC, 0xF4, 0xFC)
 WORD_OPS = {0x01, 0x11, 0x21, 0x31, 0x22, 0x2A, 0x32, 0x3A, 0xC3, 0xCD} | set(COND_JUMPS) | set(COND_CALLS)
@@ -15,6 +16,8 @@ INTERRUPT_NAMES = ("TRAP", "RST7.5", "RST6.5", "RST5.5", "INTR1", "INTR2", "INTR
                    "INTR4", "INTR5", "INTR6", "INTR7", "INTR8", "RESET")
 KINDS = ("random", "fullrandom", "stream", "top", "stack", "selfmod", "edge256",
          "halt", "daa", "intr", "ports")
+# runs of ten million cycles and more: too slow for the routine test
+SLOW_KINDS = ("long",)
 
 
 class Program:
@@ -366,15 +369,37 @@ def g_ports(rng):
     return Program("ports", image, opts)
 
 
+def g_long(rng):
+    """A loop of expensive instructions that passes ten million cycles."""
+    image = bytearray(64)
+    body = [rng.choice((0xE3, 0xE3, 0xCD, 0x2A, 0x22)) for _ in range(rng.randint(4, 8))]
+    s = Stream(rng, image, 0, 64)
+    s.put(0x31, 0x00, 0x01)
+    for op in body:
+        if op == 0xCD:
+            # CALL to a RET just behind the loop
+            s.put(0xCD, 0x30, 0x00)
+        elif op in (0x2A, 0x22):
+            s.put(op, 0x38 + rng.randrange(8), 0x00)
+        else:
+            s.put(op)
+    s.put(0xC3, 0x03, 0x00)
+    image[0x30] = 0xC9
+    opts = base_options(rng)
+    opts.maxinstr = rng.randint(720000, 900000)
+    opts.haltstops = True
+    return Program("long", image, opts)
+
+
 GENERATORS = {
     "random": g_random, "fullrandom": g_fullrandom, "stream": g_stream, "top": g_top,
     "stack": g_stack, "selfmod": g_selfmod, "edge256": g_edge256, "halt": g_halt,
-    "daa": g_daa, "intr": g_intr, "ports": g_ports,
+    "daa": g_daa, "intr": g_intr, "ports": g_ports, "long": g_long,
 }
 
 # how often each kind is drawn
 WEIGHTS = {"random": 3, "fullrandom": 3, "stream": 4, "top": 3, "stack": 3,
-           "selfmod": 3, "edge256": 3, "halt": 1, "daa": 2, "intr": 3, "ports": 2}
+           "selfmod": 3, "edge256": 3, "halt": 1, "daa": 2, "intr": 3, "ports": 2, "long": 1}
 
 
 def gen(rng, kinds):
@@ -404,3 +429,59 @@ def program_hex(image):
         i = j
     lines.append("(length %d bytes, other bytes 00)" % n)
     return "\n".join(lines)
+
+
+def fixed_programs():
+    """Hand-made corner programs run before the random ones, so the routine
+    test always walks these roads."""
+    progs = []
+
+    def add(name, image, **kw):
+        progs.append(Program("fixed:" + name, bytes(image), RunOptions(**kw)))
+
+    # DAA after INR A, DCR A, CMA and after a register DCR: each subflag writer
+    add("daa-subflag", [0x3E, 0x0F, 0x3D, 0x27, 0x3C, 0x27, 0x05, 0x27, 0x2F, 0x27,
+                        0xC6, 0x9A, 0x27, 0xD6, 0x01, 0x27, 0x76], maxinstr=50)
+    for ff in (True, False):
+        # PUSH PSW right after Start pushes the composed flag byte
+        add("push-psw-start", [0xF5, 0xC1, 0x76], maxinstr=10, ffdefaults=ff)
+        # HLT with the option off repeats itself
+        add("halt-off", [0x00, 0x76], maxinstr=40, ffdefaults=ff, haltstops=False)
+    top = bytearray(65536)
+    top[0:5] = bytes([0x34, 0x12, 0x3E, 0x00, 0x76])
+    top[0xFFFF] = 0xCF                      # RST 1 at FFFF pushes 65536
+    top[8:12] = bytes([0xE1, 0x7E, 0x3C, 0x76])   # POP H: H = 256; MOV A,M reads the mirror
+    add("rst1-at-ffff", top, start=0xFFFF, maxinstr=20)
+    top2 = bytearray(65536)
+    top2[0:2] = bytes([0x00, 0x01])
+    top2[0xFFFD:0x10000] = bytes([0xCD, 0x10, 0x00])   # CALL at FFFD pushes 65536
+    top2[0x10:0x16] = bytes([0xC1, 0xC5, 0xF1, 0xF5, 0xC9, 0x76])
+    add("call-at-fffd", top2, start=0xFFFD, maxinstr=20)
+    top2b = bytearray(top2)
+    top2b[0xFFFA:0xFFFD] = bytes([0x31, 0x00, 0x01])   # the push lands at 00FE-00FF
+    add("call-at-fffd-sp", top2b, start=0xFFFA, maxinstr=20, ffdefaults=False)
+    top3 = bytearray(65536)
+    top3[0:3] = bytes([0x76, 0x00, 0x80])
+    top3[0xFFFF] = 0xC3                     # JMP with its operand in the mirror
+    add("jmp-at-ffff", top3, start=0xFFFF, maxinstr=5)
+    # CALL whose push overwrites its own operand
+    add("call-overwrites-operand", [0x31, 0x06, 0x00, 0xCD, 0x34, 0x12, 0x76],
+        maxinstr=5, haltstops=False)
+    # stack wrap both ways
+    add("stack-wrap", [0x31, 0x01, 0x00, 0xE5, 0xC5, 0xE3, 0xC1, 0xF1, 0xE1, 0x76],
+        maxinstr=20, ffdefaults=False)
+    # interrupts: EI, then presses; a press right after a stopping HLT finds the
+    # run over and every button off
+    intr = bytearray(0x80)
+    intr[0:3] = bytes([0xC3, 0x40, 0x00])
+    for vec in (0x24, 0x2C, 0x34, 0x3C, 0x10):
+        intr[vec:vec + 2] = bytes([0xFB, 0xC9])
+    intr[0x40:0x48] = bytes([0xFB, 0x3E, 0x0E, 0x30, 0x00, 0x00, 0xC3, 0x43])
+    add("interrupts", intr, maxinstr=60, presses=[(3, "TRAP"), (8, "RST7.5"),
+        (12, "RST6.5"), (16, "RST5.5"), (20, "INTR3"), (24, "RST7.5"), (30, "RESET"),
+        (40, "TRAP")])
+    add("press-after-stopping-hlt", [0x00, 0x00, 0x76], maxinstr=10, presses=[(3, "TRAP")])
+    add("press-at-max", [0x00] * 8, maxinstr=5, presses=[(5, "TRAP")])
+    add("press-during-hlt-loop", [0xFB, 0x76] + [0] * 0x22 + [0xC9], maxinstr=12,
+        haltstops=False, presses=[(4, "TRAP")])
+    return progs

@@ -48,7 +48,12 @@ def _hex(n):
     return format(n & 0xFFFFFFFF if n < 0 else n, "X")
 
 
+_HEX2 = ["%02X" % i for i in range(256)]
+
+
 def hexbyte(n):
+    if 0 <= n < 256:
+        return _HEX2[n]
     return ("0" + _hex(n))[-2:]
 
 
