@@ -158,11 +158,17 @@ int disasmcommand(const std::vector<std::string>& args)
     if (ec)
         folder = std::filesystem::path(program).parent_path();
 
+    // A program that is itself one of the working files would be deleted by the run: work
+    // elsewhere then.
+    bool programiswork = false;
+    for (const char* name : {dasmresultname, dasmintermediatename})
+        programiswork = programiswork || std::filesystem::equivalent(program, folder / name, ec);
+
     std::string text;
-    if (!runin(*d, folder, sourceform, text)) {
+    if (programiswork || !runin(*d, folder, sourceform, text)) {
         // The program's folder can't take the working files (read-only, for one): work in a
         // private folder instead, and remove it afterwards.
-        const std::string firsterror = d->dasmerror;
+        const std::string firsterror = programiswork ? std::string("cannot make a folder for the working files") : d->dasmerror;
         const std::filesystem::path priv = makeprivatefolder();
         bool ok = false;
         if (!priv.empty()) {

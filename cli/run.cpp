@@ -242,13 +242,16 @@ int run(const std::vector<std::string>& args)
 
     const auto limit = static_cast<uint32_t>(o.maxinstructions);
     if (!o.limited || limit > 0) {
-        if (o.presses.empty()) {
-            for (;;) {
-                stepinstruction(st, hooks);
-                if (st.stoprequest)
+        if (o.presses.empty() && !o.limited) {
+            while (!st.stoprequest)
+                runsteps(st, hooks, 0xFFFFFFFFu);
+        } else if (o.presses.empty()) {
+            // Interrupts are not pressed here, so the count moves by one per instruction.
+            while (!st.stoprequest) {
+                const auto count = static_cast<uint32_t>(st.instructioncount);
+                if (count >= limit)
                     break;
-                if (o.limited && static_cast<uint32_t>(st.instructioncount) >= limit)
-                    break;
+                runsteps(st, hooks, limit - count);
             }
         } else {
             for (;;) {

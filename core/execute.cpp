@@ -4,6 +4,8 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
+#include <cstring>
 
 namespace kelvane {
 
@@ -113,6 +115,15 @@ inline void subresult(MachineState& st, int32_t t)
     }
     st.a = t;
     szp(st, t);
+}
+
+// The five pending flags stand side by side, so one load tests them all.
+static_assert(offsetof(MachineState, pendingintr) == offsetof(MachineState, pendingtrap) + 4);
+inline bool anypending(const MachineState& st)
+{
+    uint64_t bits = 0;
+    std::memcpy(&bits, &st.pendingtrap, 5);
+    return bits != 0;
 }
 
 inline bool condition(const MachineState& st, int cc)
@@ -434,7 +445,9 @@ void clean1(MachineState& st)
         npc = (cc) * 8;                                                                                                \
         break;
 
-void stepinstruction(MachineState& st, MachineHooks& hooks)
+namespace {
+
+[[gnu::always_inline]] inline void step(MachineState& st, MachineHooks& hooks)
 {
     const int32_t pc = st.pc;
     const auto upc = static_cast<size_t>(pc);
@@ -556,7 +569,10 @@ void stepinstruction(MachineState& st, MachineHooks& hooks)
     case 0xC5: pushword(st, pairvalue(st.b, st.c)); break;
     case 0xD5: pushword(st, pairvalue(st.d, st.e)); break;
     case 0xE5: pushword(st, pairvalue(st.h, st.l)); break;
-    case 0xF5: pushword(st, pairvalue(st.a, st.f)); break;
+    case 0xF5:
+        freshenpanelvalues(st);
+        pushword(st, pairvalue(st.a, st.f));
+        break;
     case 0xC1: splitword(popword(st), st.b, st.c); break;
     case 0xD1: splitword(popword(st), st.d, st.e); break;
     case 0xE1: splitword(popword(st), st.h, st.l); break;
@@ -657,36 +673,48 @@ void stepinstruction(MachineState& st, MachineHooks& hooks)
     st.instructioncount = wadd(st.instructioncount, 1);
     st.cyclecount = wadd(st.cyclecount, st.instructioncycles);
     st.halted = op == 0x76 ? 1 : 0;
-    if (npc > 65535)
-        npc -= 65536;
-    // A pc outside 64K can only come from registers that hold values outside the byte range.
-    if (static_cast<uint32_t>(npc) > 65535u)
-        npc &= 0xFFFF;
+    if (static_cast<uint32_t>(npc) > 65535u) {
+        if (npc > 65535)
+            npc -= 65536;
+        // A pc still outside 64K can only come from registers holding values outside the byte range.
+        if (static_cast<uint32_t>(npc) > 65535u)
+            npc &= 0xFFFF;
+    }
     st.pc = npc;
     setnextinstruction(st);
 
     if (st.simrate < 6) {
         hooks.ekran(st);
     } else {
-        composepanelvalues(st);
+        st.panelstale = true;
         if (st.refreshrequest) {
             st.refreshrequest = false;
             hooks.ekran(st);
         }
     }
-    if (hooks.wantlog)
+    if (hooks.wantlog) {
+        freshenpanelvalues(st);
         hooks.logrow(st, pc);
-    if (st.pendingtrap | st.pendingrst75 | st.pendingrst65 | st.pendingrst55 | st.pendingintr)
+    }
+    if (anypending(st)) {
+        freshenpanelvalues(st);
         servependinginterrupts(st, hooks);
-    if (st.breakpointaddress.armed() && st.breakpointaddress.matches(st.pc))
+    }
+    if (st.breakpointaddress.armed() && st.breakpointaddress.matches(st.pc)) {
+        freshenpanelvalues(st);
         hooks.menuspeed1(st);
+    }
     if (st.switchtostep) {
+        freshenpanelvalues(st);
         st.switchtostep = false;
         hooks.menuspeed1(st);
     }
-    if (hooks.toolsopen)
+    if (hooks.toolsopen) {
+        freshenpanelvalues(st);
         hooks.toolrefresh(st);
+    }
     if (hooks.modulesactive) {
+        freshenpanelvalues(st);
         for (size_t i = 0; i < 5; ++i) {
             if (st.moduletext[i] != "OFF" && st.moduleobject[i]) {
                 try {
@@ -696,6 +724,27 @@ void stepinstruction(MachineState& st, MachineHooks& hooks)
             }
         }
     }
+}
+
+} // namespace
+
+void stepinstruction(MachineState& st, MachineHooks& hooks)
+{
+    step(st, hooks);
+    freshenpanelvalues(st);
+}
+
+uint32_t runsteps(MachineState& st, MachineHooks& hooks, uint32_t maxsteps)
+{
+    uint32_t n = 0;
+    while (n < maxsteps) {
+        step(st, hooks);
+        ++n;
+        if (st.stoprequest || st.resetinprogress || st.simrate != 6)
+            break;
+    }
+    freshenpanelvalues(st);
+    return n;
 }
 
 std::string formatlogrow(const MachineState& st, int32_t address)

@@ -17,6 +17,10 @@ void clean1(MachineState& st);
 // One instruction and its after-work.
 void stepinstruction(MachineState& st, MachineHooks& hooks);
 
+// Runs instructions at Ultimate rate: at most maxsteps, ending early after an instruction that
+// leaves stoprequest or resetinprogress set or simrate other than 6. Returns the count run.
+uint32_t runsteps(MachineState& st, MachineHooks& hooks, uint32_t maxsteps);
+
 // Sets nextinstruction from the bytes at pc.
 inline void setnextinstruction(MachineState& st)
 {

@@ -77,6 +77,10 @@ struct MachineState {
     bool iologwritten = false, switchtostep = false;
     int32_t invalue = 0;
     bool refreshrequest = false;
+    // Inside a run of Ultimate-rate steps the after-work leaves composing f and hlvalue until
+    // something outside the core can look at them (PUSH PSW, IN, OUT, any hook, the end of the run).
+    // They then take exactly the values the after-work would have given them.
+    bool panelstale = false;
 
     // Enabled state of the panel's buttons, the one gate of interrupts and RESET.
     CommandStates commandenabled{};
@@ -134,6 +138,14 @@ inline void composepanelvalues(MachineState& st)
 {
     st.f = composeflags(st);
     st.hlvalue = st.mem[static_cast<size_t>(memindex(pairvalue(st.h, st.l)))];
+    st.panelstale = false;
+}
+
+// Brings f and hlvalue up to date when an Ultimate-rate step left them for later.
+inline void freshenpanelvalues(MachineState& st)
+{
+    if (st.panelstale)
+        composepanelvalues(st);
 }
 
 // Run once before any window exists: memory, ports, window flags, breakpoints, devices, modules.

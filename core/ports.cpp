@@ -41,6 +41,7 @@ void eachmodule(MachineState& st, Fn fn)
 
 int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port)
 {
+    freshenpanelvalues(st);
     int32_t v = -1;
     if (hooks.modulesactive) {
         eachmodule(st, [&](ModuleObject& m) {
@@ -75,6 +76,7 @@ int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port)
 
 void portwrite(MachineState& st, MachineHooks& hooks, int32_t port, int32_t value)
 {
+    freshenpanelvalues(st);
     if (st.optinlog == "ON")
         appendiolog(st, port, value, "H sent to port ");
     bool taken = false;
