@@ -87,6 +87,22 @@ TEST(DisasmCli, PrintsTheResultTextOfBothForms)
     EXPECT_EQ(slurp(dir.path() / "notes.txt"), "mine");
 }
 
+TEST(DisasmCli, ProgramNamedLikeAWorkingFileSurvives)
+{
+    test::WorkFolder dir;
+    test::WorkFolder enginedir;
+    const std::vector<uint8_t> prog = {0xC3, 0x03, 0x00, 0x76};
+    for (const char* name : {dasmresultname, dasmintermediatename}) {
+        spit(dir.path() / name, bytes(prog));
+        const CliResult r = disasm({(dir.path() / name).string(), "--format", "obj"});
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, test::disassemblebytes(prog, false, enginedir.path()));
+        EXPECT_EQ(slurp(dir.path() / name), bytes(prog)) << name;
+        EXPECT_EQ(dir.entries(), (std::vector<std::string>{name}));
+        std::filesystem::remove(dir.path() / name);
+    }
+}
+
 TEST(DisasmCli, IntelHexByExtensionOrByOption)
 {
     test::WorkFolder dir;
