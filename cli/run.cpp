@@ -256,7 +256,13 @@ int run(const std::vector<std::string>& args)
         } else {
             for (;;) {
                 stepinstruction(st, hooks);
+                // An HLT that stops the run, or the instruction limit, ends it before any button
+                // can be pressed.
+                if (st.stoprequest)
+                    break;
                 const auto count = static_cast<uint32_t>(st.instructioncount);
+                if (o.limited && count >= limit)
+                    break;
                 for (auto& p : o.presses) {
                     if (!p.fired && p.count == count) {
                         p.fired = true;
