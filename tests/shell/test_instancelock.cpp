@@ -1,0 +1,80 @@
+// The single-instance lock: a second holder is refused, a released or crashed holder frees it,
+// and a lock file left behind does not block.
+#include "sim/instancelock.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kelvane;
+
+TEST(InstanceLock, SecondHolderIsRefusedUntilTheFirstLetsGo)
+{
+    QTemporaryDir dir;
+    const std::string path = dir.filePath(QStringLiteral("kelvane.lock")).toStdString();
+    auto first = std::make_unique<InstanceLock>();
+    EXPECT_EQ(first->acquire(path), LockResult::acquired);
+    InstanceLock second;
+    EXPECT_EQ(second.acquire(path), LockResult::busy);
+    EXPECT_FALSE(second.held());
+    first.reset();
+    EXPECT_EQ(second.acquire(path), LockResult::acquired);
+}
+
+TEST(InstanceLock, AFileLeftBehindDoesNotBlock)
+{
+    QTemporaryDir dir;
+    const std::string path = dir.filePath(QStringLiteral("kelvane.lock")).toStdString();
+    std::ofstream(path) << "12345\n";
+    InstanceLock lock;
+    EXPECT_EQ(lock.acquire(path), LockResult::acquired);
+}
+
+TEST(InstanceLock, AProcessThatDiesWithoutReleasingFreesTheLock)
+{
+    QTemporaryDir dir;
+    const std::string path = dir.filePath(QStringLiteral("kelvane.lock")).toStdString();
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        InstanceLock lock;
+        const char ok = lock.acquire(path) == LockResult::acquired ? '1' : '0';
+        (void)!write(ready[1], &ok, 1);
+        pause(); // killed below, as a crash would end it
+        _exit(0);
+    }
+    char ok = 0;
+    ASSERT_EQ(read(ready[0], &ok, 1), 1);
+    EXPECT_EQ(ok, '1');
+    InstanceLock mine;
+    EXPECT_EQ(mine.acquire(path), LockResult::busy);
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(mine.acquire(path), LockResult::acquired);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST(InstanceLock, AFolderThatCannotHoldTheFileIsNotABusyLock)
+{
+    InstanceLock lock;
+    EXPECT_EQ(lock.acquire("/nonexistent-folder-for-kelvane/kelvane.lock"), LockResult::unavailable);
+}
+
+TEST(InstanceLock, TheProgramsLockLivesInTheRuntimeFolder)
+{
+    const std::string path = instancelockpath();
+    EXPECT_EQ(path.substr(path.size() - 12), "kelvane.lock");
+    EXPECT_EQ(path.rfind(qgetenv("XDG_RUNTIME_DIR").toStdString(), 0), 0u);
+    EXPECT_TRUE(acquireinstancelock());
+    EXPECT_TRUE(acquireinstancelock()); // again in the same process
+    InstanceLock other;
+    EXPECT_EQ(other.acquire(path), LockResult::busy);
+}
