@@ -228,7 +228,6 @@ HexReadResult readhextext(const std::string& text, HexBuffer& buf)
 
 HexReadResult readhexfile(const std::string& path, HexBuffer& buf)
 {
-    buf.fill(0);
     std::error_code ec;
     std::ifstream in;
     errno = 0;
@@ -236,6 +235,7 @@ HexReadResult readhexfile(const std::string& path, HexBuffer& buf)
         in.open(path, std::ios::binary);
     if (!in.is_open()) {
         const int err = errno;
+        buf.fill(0);
         HexReadResult r;
         r.openfailed = true;
         r.message = "Cannot open the file " + path;

@@ -1,12 +1,15 @@
 // Fuzz target for the Intel HEX reader: any bytes as a file. Checks that the reader stays inside
-// its buffer, that its result is consistent, and that what it accepted writes back and reads the same.
+// its buffer, that its result is consistent, that the file reader agrees with the text reader, and
+// that what it accepted writes back and reads the same.
 #include "progfiles/hexfile.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -33,6 +36,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (int32_t v : *buf)
         check(v >= 0 && v <= 255);
     (void)kelvane::hexchecksum(text);
+
+    // The same bytes as a file through the file reader, which reads line by line.
+    static const std::string file = std::string(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") +
+                                    "/kelvane-fuzz-hexreader-" + std::to_string(::getpid()) + ".hex";
+    if (FILE* f = std::fopen(file.c_str(), "wb")) {
+        const bool whole = std::fwrite(data, 1, size, f) == size;
+        std::fclose(f);
+        if (whole) {
+            const kelvane::HexReadResult fr = kelvane::readhexfile(file, *again);
+            check(fr.size == r.size && fr.error == r.error && fr.line == r.line && fr.message == r.message);
+            check(*again == *buf);
+        }
+    }
 
     if (r.size > 0) {
         for (size_t a = static_cast<size_t>(r.size); a < buf->size(); ++a)
