@@ -3,6 +3,7 @@
 // rows, inside instructions and past the end.
 #pragma once
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -28,6 +29,19 @@ inline std::vector<uint8_t> randomimage(std::mt19937& rng, size_t size, bool jum
         }
     }
     return img;
+}
+
+// Rounds and seed of the random tests; KELVANE_DASM_ROUNDS and KELVANE_DASM_SEED change them
+// for a longer run by hand.
+inline int randomrounds(int defaultrounds)
+{
+    const char* v = std::getenv("KELVANE_DASM_ROUNDS");
+    return v && std::atoi(v) > 0 ? std::atoi(v) : defaultrounds;
+}
+inline uint32_t randomseed(uint32_t defaultseed)
+{
+    const char* v = std::getenv("KELVANE_DASM_SEED");
+    return v ? static_cast<uint32_t>(std::strtoul(v, nullptr, 10)) : defaultseed;
 }
 
 inline size_t randomsize(std::mt19937& rng)

@@ -196,10 +196,10 @@ struct Reference {
 
 TEST(DasmReference, RandomImagesMatchInBothForms)
 {
-    std::mt19937 rng(20251122);
+    std::mt19937 rng(test::randomseed(20251122));
     test::WorkFolder dir;
     int withequ = 0, withrowlabel = 0;
-    for (int round = 0; round < 120; ++round) {
+    for (int round = 0; round < test::randomrounds(120); ++round) {
         const size_t size = test::randomsize(rng);
         const bool jumpheavy = rng() % 2 == 0;
         const std::vector<uint8_t> img = test::randomimage(rng, size, jumpheavy);

@@ -51,9 +51,9 @@ std::string firsterrors(const Assembler& a)
 
 TEST(DasmRoundTrip, RandomImagesAssembleBackToTheSameBytes)
 {
-    std::mt19937 rng(8085);
+    std::mt19937 rng(test::randomseed(8085));
     test::WorkFolder dir;
-    for (int round = 0; round < 150; ++round) {
+    for (int round = 0; round < test::randomrounds(150); ++round) {
         const size_t size = test::randomsize(rng);
         const std::vector<uint8_t> img = test::randomimage(rng, size, rng() % 2 == 0);
         const std::string source = test::disassemblebytes(img, true, dir.path());
