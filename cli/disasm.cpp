@@ -5,6 +5,7 @@
 #include "disassembler/disassembler.h"
 #include "progfiles/programload.h"
 
+#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -129,6 +130,8 @@ int disasmcommand(const std::vector<std::string>& args)
             } else {
                 format = a.substr(9);
             }
+            for (char& c : format)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             if (format != "hex" && format != "obj")
                 return usageerror("unknown format '" + format + "' (use hex or obj)");
         } else if (a.size() > 1 && a[0] == '-') {

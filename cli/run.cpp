@@ -9,9 +9,7 @@
 #include "progfiles/programload.h"
 
 #include <charconv>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -27,18 +25,6 @@ constexpr const char* runusage =
     "PROGRAM [--format hex|obj] [--start HHHH] [--max-instructions N] [--trace] [--ff-defaults on|off]\n"
     "                      [--halt-stops on|off] [--clock MHZ] [--port PP=VV]... [--terminal PP]\n"
     "                      [--interrupt N:NAME]...   (NAME: TRAP RST7.5 RST6.5 RST5.5 INTR1-INTR8 RESET)";
-
-float secondssincemidnight()
-{
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t t = std::chrono::system_clock::to_time_t(now);
-    std::tm tmv{};
-    localtime_r(&t, &tmv);
-    const auto micros =
-        std::chrono::duration_cast<std::chrono::microseconds>(now.time_since_epoch()).count() % 1000000;
-    return static_cast<float>(tmv.tm_hour * 3600 + tmv.tm_min * 60 + tmv.tm_sec) +
-           static_cast<float>(micros) / 1e6f;
-}
 
 int usageerror(const std::string& msg)
 {
@@ -230,12 +216,7 @@ int run(const std::vector<std::string>& args)
     CliHooks hooks(o.trace);
 
     // Start.
-    st.running = true;
-    clean(st, hooks);
-    clean1(st);
-    setnextinstruction(st);
-    hooks.ekran(st);
-    st.commandenabled = {false, true, true, false, false, false, false, true};
+    startrun(st, hooks);
     st.starttimer = secondssincemidnight() - 0.01f;
     copytopmirror(st);
     st.refreshrequest = false;
@@ -279,12 +260,9 @@ int run(const std::vector<std::string>& args)
 
     // Stop.
     st.running = false;
-    const float now = secondssincemidnight();
-    if (now < st.starttimer)
-        st.starttimer -= 86400.0f;
-    st.starttimer = now - st.starttimer;
+    const std::string elapsed = stopclock(st, secondssincemidnight());
     hooks.flush();
-    const std::string msg = statisticsmessage(st, elapsedtext(st.starttimer));
+    const std::string msg = statisticsmessage(st, elapsed);
     for (char ch : msg)
         if (ch != '\r')
             std::fputc(ch, stderr);

@@ -9,6 +9,16 @@
 
 namespace kelvane {
 
+// The machine's side of Start, before the menus: running, clean, clean1, the next instruction's
+// text, the panel, RESET, TRAP and SID enabled with the other interrupt buttons off. The top
+// mirror is copied by the caller (copytopmirror) when its Start gets that far.
+void startrun(MachineState& st, MachineHooks& hooks);
+// The run's clock at Stop: starttimer becomes the seconds since Start (a run that passed
+// midnight once is counted right) and the elapsed text is returned.
+std::string stopclock(MachineState& st, float now);
+// Seconds since local midnight, as the run's clock counts them.
+float secondssincemidnight();
+
 // Reset of the processor to its power-on values; ends with the panel refresh.
 void clean(MachineState& st, MachineHooks& hooks);
 // Clears the per-run block at Start.

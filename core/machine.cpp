@@ -4,7 +4,9 @@
 #include "core/hexutil.h"
 
 #include <charconv>
+#include <chrono>
 #include <cmath>
+#include <ctime>
 
 namespace kelvane {
 
@@ -50,6 +52,37 @@ void copytopmirror(MachineState& st)
 {
     for (size_t i = 0; i < 5; ++i)
         st.mem[65536 + i] = st.mem[i];
+}
+
+void startrun(MachineState& st, MachineHooks& hooks)
+{
+    st.running = true;
+    clean(st, hooks);
+    clean1(st);
+    setnextinstruction(st);
+    hooks.ekran(st);
+    st.commandenabled = {false, true, true, false, false, false, false, true};
+    hooks.interruptbuttonschanged(st);
+}
+
+std::string stopclock(MachineState& st, float now)
+{
+    if (now < st.starttimer)
+        st.starttimer -= 86400.0f;
+    st.starttimer = now - st.starttimer;
+    return elapsedtext(st.starttimer);
+}
+
+float secondssincemidnight()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t t = std::chrono::system_clock::to_time_t(now);
+    std::tm tmv{};
+    localtime_r(&t, &tmv);
+    const auto micros =
+        std::chrono::duration_cast<std::chrono::microseconds>(now.time_since_epoch()).count() % 1000000;
+    return static_cast<float>(tmv.tm_hour * 3600 + tmv.tm_min * 60 + tmv.tm_sec) +
+           static_cast<float>(micros) / 1e6f;
 }
 
 std::string cycletime(int32_t cycles, float clockmhz)

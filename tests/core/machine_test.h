@@ -57,12 +57,7 @@ struct Machine {
     // What Start does to the state.
     void start()
     {
-        st.running = true;
-        clean(st, hooks);
-        clean1(st);
-        setnextinstruction(st);
-        hooks.ekran(st);
-        st.commandenabled = {false, true, true, false, false, false, false, true};
+        startrun(st, hooks);
         copytopmirror(st);
     }
     void step(int n = 1)
