@@ -133,6 +133,7 @@ def main():
     programs = 0
     instructions = 0
     undefined = 0
+    undefined_why = {}
     t0 = time.time()
     fixed = [] if a.only is not None else fixed_programs()
     if "intr" not in kinds:
@@ -154,6 +155,7 @@ def main():
         instructions += res.instructions
         if res.undefined is not None:
             undefined += 1
+            undefined_why.setdefault(res.undefined.split(" of ")[0].split(" ")[0], []).append(rc)
         report = compare(seed, index, prog, res, rc, out, err)
         if report is not None:
             failures += 1
@@ -167,6 +169,9 @@ def main():
     print("%d programs, %d instructions in the model, %d left the defined road, "
           "%d with differences, %.1f s (seed %s)"
           % (programs, instructions, undefined, failures, time.time() - t0, seed))
+    for why, rcs in sorted(undefined_why.items()):
+        print("  left the defined road at a %s: %d programs, kelvane-cli exit statuses %s"
+              % (why, len(rcs), sorted(set(rcs))))
     return 1 if failures else 0
 
 

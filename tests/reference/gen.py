@@ -238,6 +238,9 @@ def g_edge256(rng):
              0x67, 0x6F, 0x78, 0x79, 0x7C, 0x7D]
     for origin in range(0, 64, 8):
         s = Stream(rng, image, origin, 8, data=(0xFFF0, 0x10000))
+        if rng.random() < 0.7:
+            # take the pushed value off the stack first
+            s.instruction(rng.choice((0xE1, 0xE1, 0xD1, 0xC1, 0xF1, 0xE3, 0xE3)))
         while s.pos < origin + 7:
             if rng.random() < 0.7:
                 op = rng.choice(users)
@@ -247,12 +250,14 @@ def g_edge256(rng):
             else:
                 s.instruction(rng.choice((0x00, 0x76, 0x7E, 0xE1)))
     fill_data(rng, image, 0xFF00, 0xFFF0)
-    at = rng.choice((0xFFFD, 0xFFFE, 0xFFFF))
-    op = rng.choice((0xCD, 0xC7, 0xCF, 0xD7, 0xDF, 0xE7, 0xEF, 0xF7, 0xFF) + COND_CALLS)
+    op = rng.choice((0xCD, 0xCD, 0xC7, 0xCF, 0xD7, 0xDF, 0xE7, 0xEF, 0xF7, 0xFF) + COND_CALLS)
+    # RST pushes 65536 only from FFFF; CALL from FFFD, FFFE and FFFF
+    at = 0xFFFF if length_of(op) == 1 or rng.random() < 0.3 else rng.choice((0xFFFD, 0xFFFE))
     image[at] = op
-    if length_of(op) == 3:
-        for i in range(at + 1, min(at + 3, 65536)):
-            image[i] = rng.randrange(64)
+    if length_of(op) == 3 and at + 1 < 65536:
+        image[at + 1] = rng.randrange(8) * 8 + (rng.randrange(8) if rng.random() < 0.2 else 0)
+        if at + 2 < 65536:
+            image[at + 2] = 0
     if at < 0xFFFF:
         for i in range(at + length_of(op), 65536):
             image[i] = rng.choice((0x00, 0xC7, 0xFF, 0xE5))
