@@ -47,8 +47,18 @@ const char* const sourcelabelheading[4] = {
 // The last four characters of "000" followed by the decimal number (line and label numbers).
 std::string fourdigits(int32_t n)
 {
-    std::string s = "000" + std::to_string(n);
+    std::string s(3, '0');
+    s += std::to_string(n);
     return s.substr(s.size() - 4);
+}
+
+// "L", the four-digit number, ":" (the label as it stands on a row).
+std::string labeltext(int32_t n)
+{
+    std::string s(1, 'L');
+    s += fourdigits(n);
+    s += ':';
+    return s;
 }
 
 struct FileCloser {
@@ -197,21 +207,33 @@ void Disassembler::decodeinstruction(bool sourceform)
     const int32_t op = byteat(dasmaddress);
     const DasmOpcode& e = dasmopcodes()[static_cast<size_t>(op)];
     dasmlength = e.length;
+    const int64_t a = dasmaddress;
     switch (e.operand) {
     case DasmOperand::none:
         dasmtext = e.text;
         break;
     case DasmOperand::byte:
-        dasmtext = e.text + asmhexbyte(byteat(int64_t{dasmaddress} + 1)) + "H";
+        dasmtext = e.text;
+        dasmtext += asmhexbyte(byteat(a + 1));
+        dasmtext += 'H';
         break;
     case DasmOperand::word:
-        dasmtext = e.text + asmhexword(byteat(int64_t{dasmaddress} + 1) + 256 * byteat(int64_t{dasmaddress} + 2)) + "H";
+        dasmtext = e.text;
+        dasmtext += asmhexword(byteat(a + 1) + 256 * byteat(a + 2));
+        dasmtext += 'H';
         break;
     case DasmOperand::address:
-        dasmtext = e.text + dasmlabel(byteat(int64_t{dasmaddress} + 1) + 256 * byteat(int64_t{dasmaddress} + 2));
+        dasmtext = e.text;
+        dasmtext += dasmlabel(byteat(a + 1) + 256 * byteat(a + 2));
         break;
     case DasmOperand::undefined:
-        dasmtext = sourceform ? ".DB " + asmhexbyte(op) + "H ;UNRECOGNIZED" : std::string("UNRECOGNIZED");
+        if (sourceform) {
+            dasmtext = ".DB ";
+            dasmtext += asmhexbyte(op);
+            dasmtext += "H ;UNRECOGNIZED";
+        } else {
+            dasmtext = "UNRECOGNIZED";
+        }
         break;
     }
 }
@@ -312,7 +334,7 @@ bool Disassembler::secondstage(bool silent, bool sourceform, int32_t linecount)
         for (size_t r = 1; r <= count; ++r) {
             const int32_t i = order[r - 1];
             sortedaddress[r] = dasmlabels[static_cast<size_t>(i)];
-            sortedtext[r] = "L" + fourdigits(i) + ":";
+            sortedtext[r] = labeltext(i);
             flag[r] = flagonrow;
         }
     }
@@ -363,25 +385,35 @@ bool Disassembler::secondstage(bool silent, bool sourceform, int32_t linecount)
     }
 
     size_t p = 1;
-    std::string row;
     for (size_t k = headingrows; k < rowsend; ++k) {
-        row.assign(all[k]);
+        const std::string_view row = all[k];
+        const std::string* label = nullptr;
         if (count > 0) {
             const int32_t a = rowaddress(row);
             if (a == sortedaddress[p]) {
-                if (row.size() < 30)
-                    row.resize(30, ' ');
-                row.replace(24, 6, sortedtext[p]);
+                label = &sortedtext[p];
                 if (p < count)
                     ++p;
             }
             if (p < count && a > sortedaddress[p])
                 ++p;
         }
-        if (sourceform)
-            putrow(out, row.size() > 24 ? std::string_view(row).substr(24) : std::string_view());
-        else
-            putrow(out, row);
+        // The label text takes the six columns from 25; the form decides where the row starts.
+        const size_t from = sourceform ? 24 : 0;
+        if (label && row.size() >= 30) {
+            out.append(row.substr(from, 24 - from));
+            out.append(*label);
+            out.append(row.substr(30));
+            out.push_back('\n');
+        } else if (label) {
+            // A row too short to hold the label (not one the sweep writes): pad it first.
+            std::string padded(row.substr(0, std::min<size_t>(row.size(), 24)));
+            padded.resize(24, ' ');
+            padded += *label;
+            putrow(out, std::string_view(padded).substr(from));
+        } else {
+            putrow(out, row.size() > from ? row.substr(from) : std::string_view());
+        }
     }
 
     if (count > 0) {
@@ -390,10 +422,16 @@ bool Disassembler::secondstage(bool silent, bool sourceform, int32_t linecount)
             putrow(out, h);
         putrow(out, "");
         for (size_t j = 1; j <= count; ++j) {
-            std::string line = sourceform ? ";" : "";
-            line += sortedtext[j] + "  " + hexword(sortedaddress[j]) + std::string(12, ' ');
-            line += "L" + fourdigits(static_cast<int32_t>(j)) + ":  " + hexword(dasmlabels[j]);
-            putrow(out, line);
+            if (sourceform)
+                out += ';';
+            out += sortedtext[j];
+            out += "  ";
+            out += hexword(sortedaddress[j]);
+            out.append(12, ' ');
+            out += labeltext(static_cast<int32_t>(j));
+            out += "  ";
+            out += hexword(dasmlabels[j]);
+            out += '\n';
         }
     }
 
