@@ -154,6 +154,13 @@ void Disassembler::loadimage(const uint8_t* bytes, size_t count)
     dasmsize = static_cast<int32_t>(n);
 }
 
+void Disassembler::loadmemory(const int32_t* values, int32_t size)
+{
+    std::copy(values, values + maxprogram, dasmimage.begin());
+    std::fill(dasmimage.begin() + maxprogram, dasmimage.end(), 0);
+    dasmsize = size;
+}
+
 void Disassembler::resetlabels()
 {
     dasmlabelcount = 0;

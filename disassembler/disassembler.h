@@ -49,6 +49,9 @@ struct Disassembler {
 
     // Puts a program in: clears the image and copies the bytes (at most 65536).
     void loadimage(const uint8_t* bytes, size_t count);
+    // Puts in a whole 64K memory of byte values (a HEX reader's buffer, simulated memory):
+    // elements 0-65535 are copied, those behind them cleared, and dasmsize set to size.
+    void loadmemory(const int32_t* values, int32_t size);
 
     std::filesystem::path resultpath() const { return workfolder / dasmresultname; }
     std::filesystem::path intermediatepath() const { return workfolder / dasmintermediatename; }

@@ -208,5 +208,25 @@ TEST(DasmOutput, SizeTellsWhereTheSweepStops)
                                    "0002   0001 3E 77               MVI A,77H"}})));
 }
 
+TEST(DasmOutput, WholeMemoryWithAStraddlingLastInstruction)
+{
+    // A memory whose top byte starts a CALL: the operands come from the cleared elements behind
+    // 64K, not from a previous program's leftovers.
+    Disassembler d;
+    test::WorkFolder dir;
+    d.workfolder = dir.path();
+    std::fill(d.dasmimage.begin(), d.dasmimage.end(), 0x55);
+    std::vector<int32_t> mem(65536, 0);
+    mem[0] = 0x76;
+    mem[0xFFFE] = 0x00;
+    mem[0xFFFF] = 0xCD;
+    d.loadmemory(mem.data(), 65536);
+    ASSERT_TRUE(d.disassemble(true, true));
+    std::string text;
+    ASSERT_TRUE(d.takeresult(text));
+    EXPECT_TRUE(text.starts_with(joinrows(cat({sourcehead, {"L0001:  HLT", "        NOP"}}))));
+    EXPECT_NE(text.find("\n        NOP\n        CALL L0001\n\n;---"), std::string::npos);
+}
+
 } // namespace
 } // namespace kelvane
