@@ -54,37 +54,15 @@ def describe(seed, index, prog):
     return "\n".join(lines)
 
 
-def compare(seed, index, prog, res, rc, out, err):
-    """Returns None when the two agree, else a report text."""
-    problems = []
-    if res.undefined is not None:
-        # compare only what came before the undefined access
-        if not out.startswith(res.stdout):
-            problems.append("(model stopped early: %s)" % res.undefined)
-        else:
-            return None
-    if not problems and rc != 0:
-        problems.append("kelvane-cli exit status %d" % rc)
-    if not problems and out != res.stdout:
-        pass
-    elif not problems:
-        got = err.decode("utf-8", "replace").split("\n")
-        if got and got[-1] == "":
-            got.pop()
-        want = res.stats
-        if len(got) != 3 or got[0] != want[0] or got[2] != want[1] or not ELAPSED.match(got[1]):
-            return "\n".join([
-                "DIFFERENCE in the statistics",
-                describe(seed, index, prog),
-                "model:", "    " + want[0], "    <elapsed>", "    " + want[1],
-                "kelvane-cli (standard error):"] + ["    " + g for g in got])
-        return None
+def trace_report(seed, index, prog, res, rc, out, err, note=None):
     mrows = split_rows(res.stdout)
     crows = split_rows(out)
     i = 0
     while i < min(len(mrows), len(crows)) and mrows[i] == crows[i]:
         i += 1
-    text = ["DIFFERENCE in the trace at row %d" % (i + 1)] + problems
+    text = ["DIFFERENCE in the trace at row %d" % (i + 1)]
+    if note:
+        text.append(note)
     text.append(describe(seed, index, prog))
     text.append("rows before (both agree):")
     text += show_rows(mrows, i)
@@ -94,6 +72,30 @@ def compare(seed, index, prog, res, rc, out, err):
         text.append("kelvane-cli exit status %d, standard error: %s"
                     % (rc, err.decode("utf-8", "replace")[:400]))
     return "\n".join(text)
+
+
+def compare(seed, index, prog, res, rc, out, err):
+    """Returns None when the two agree, else a report text."""
+    if res.undefined is not None:
+        # past an access outside the machine's arrays anything goes; what came
+        # before it must agree
+        if out.startswith(res.stdout):
+            return None
+        return trace_report(seed, index, prog, res, rc, out, err,
+                            "(the model stopped at a %s)" % res.undefined)
+    if rc != 0 or out != res.stdout:
+        return trace_report(seed, index, prog, res, rc, out, err)
+    got = err.decode("utf-8", "replace").split("\n")
+    if got and got[-1] == "":
+        got.pop()
+    want = res.stats
+    if len(got) != 3 or got[0] != want[0] or got[2] != want[1] or not ELAPSED.match(got[1]):
+        return "\n".join([
+            "DIFFERENCE in the statistics",
+            describe(seed, index, prog),
+            "model:", "    " + want[0], "    <elapsed>", "    " + want[1],
+            "kelvane-cli (standard error):"] + ["    " + g for g in got])
+    return None
 
 
 def main():

@@ -198,5 +198,32 @@ class Interrupts(unittest.TestCase):
         self.assertTrue(rows[4].startswith("1      0000  INR A           00"))
 
 
+class Driver(unittest.TestCase):
+    """difftest.py against a stand-in runner built on the model: silent when
+    nothing is wrong, loud for a planted fault in the trace or the statistics."""
+
+    def drive(self, fault):
+        import subprocess
+        here = os.path.dirname(os.path.abspath(__file__))
+        env = dict(os.environ, KELVANE_FAKE_FAULT=fault)
+        p = subprocess.run([sys.executable, os.path.join(here, "difftest.py"),
+                            "--cli", os.path.join(here, "fakecli.py"), "--count", "3",
+                            "--seed", "driver"], capture_output=True, env=env, text=True)
+        return p.returncode, p.stdout
+
+    def test_agreement_passes(self):
+        rc, out = self.drive("")
+        self.assertEqual(rc, 0, out)
+        self.assertIn("0 with differences", out)
+
+    def test_planted_faults_are_found(self):
+        for fault, words in [("daa", "DIFFERENCE in the trace"),
+                             ("stats", "DIFFERENCE in the statistics")]:
+            rc, out = self.drive(fault)
+            self.assertEqual(rc, 1, fault)
+            self.assertIn(words, out)
+            self.assertIn("seed driver", out)
+
+
 if __name__ == "__main__":
     unittest.main()
