@@ -2,8 +2,8 @@
 # Differential test of `kelvane-cli run --trace` against the reference model:
 # random programs run through both, standard output compared row for row and
 # the statistics compared line for line (the elapsed-seconds line excepted).
-"""usage: difftest.py --cli PATH [--count N] [--seed S] [--kinds k1,k2]
-                   [--interrupts auto|on|off] [--keep-going] [--only I] [--quiet]"""
+"""usage: difftest.py --cli PATH [--count N] [--seed S] [--kinds k1,k2] [--max-reports N]
+                   [--interrupts auto|on|off] [--keep-going] [--only I]"""
 
 import argparse
 import os
@@ -106,9 +106,11 @@ def main():
     ap.add_argument("--kinds", default=",".join(KINDS))
     ap.add_argument("--interrupts", choices=("auto", "on", "off"), default="auto",
                     help="compare runs with --interrupt/--port/--terminal (auto: if taken)")
-    ap.add_argument("--keep-going", action="store_true", help="report every difference")
+    ap.add_argument("--keep-going", action="store_true",
+                    help="run every program, not stopping at the first difference")
+    ap.add_argument("--max-reports", type=int, default=10,
+                    help="with --keep-going: print at most this many differences")
     ap.add_argument("--only", type=int, default=None, help="run program number ONLY only")
-    ap.add_argument("--quiet", action="store_true")
     a = ap.parse_args()
 
     seed = a.seed if a.seed is not None else "1"
@@ -161,8 +163,9 @@ def main():
         report = compare(seed, index, prog, res, rc, out, err)
         if report is not None:
             failures += 1
-            print(report)
-            print()
+            if failures <= a.max_reports:
+                print(report)
+                print()
             if not a.keep_going:
                 break
     os.unlink(path) if os.path.exists(path) else None
