@@ -22,6 +22,7 @@ SLOW_KINDS = ("long",)
 
 class Program:
     def __init__(self, kind, image, opts):
+        assert 1 <= len(image) <= 65536, "image of %d bytes" % len(image)
         self.kind = kind
         self.image = bytes(image)
         self.opts = opts
@@ -469,6 +470,21 @@ def fixed_programs():
     top3[0:3] = bytes([0x76, 0x00, 0x80])
     top3[0xFFFF] = 0xC3                     # JMP with its operand in the mirror
     add("jmp-at-ffff", top3, start=0xFFFF, maxinstr=5)
+    # 16-bit data accesses at FFFF touch the mirror element above it; LDA at FFFD
+    # takes its address from the last two bytes and pc wraps after it
+    top4 = bytearray(65536)
+    top4[0:5] = bytes([0x11, 0x22, 0x33, 0x44, 0x55])
+    top4[0x100:0x113] = bytes([0x2A, 0xFF, 0xFF,        # LHLD FFFF: L = mem[FFFF], H = mirror
+                               0x31, 0xFF, 0xFF,        # LXI SP,FFFF
+                               0xE3,                    # XTHL with element 65536
+                               0x22, 0xFF, 0xFF,        # SHLD FFFF
+                               0x2A, 0xFF, 0xFF,
+                               0xCC, 0x00, 0xA0,        # CZ A000H, its text keeps four digits
+                               0xC3, 0xFD, 0xFF])
+    top4[0xA000] = 0x76
+    top4[0xFFFD:0x10000] = bytes([0x3A, 0xFE, 0xFF])    # LDA FFFEH at FFFD
+    add("top-data", top4, start=0x100, maxinstr=12, ffdefaults=False)
+    add("top-data-cz-taken", top4, start=0x100, maxinstr=12)
     # CALL whose push overwrites its own operand
     add("call-overwrites-operand", [0x31, 0x06, 0x00, 0xCD, 0x34, 0x12, 0x76],
         maxinstr=5, haltstops=False)
