@@ -15,10 +15,11 @@ def main(argv):
         return 2
     with open(argv[1], "rb") as f:
         image = f.read()
-    o = model.RunOptions()
+    o = model.RunOptions(trace=False)
     it = iter(argv[2:])
     for arg in it:
         if arg == "--trace":
+            o.trace = True
             continue
         val = next(it)
         if arg == "--max-instructions":

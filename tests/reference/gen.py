@@ -119,7 +119,9 @@ def fill_data(rng, image, lo, hi):
 
 def g_random(rng):
     image = bytes(rng.randrange(256) for _ in range(rng.randint(1, 600)))
-    return Program("random", image, base_options(rng))
+    opts = base_options(rng)
+    opts.trace = rng.random() < 0.9
+    return Program("random", image, opts)
 
 
 def g_fullrandom(rng):
@@ -372,6 +374,8 @@ def g_ports(rng):
     opts.ports = [(p, rng.randrange(256)) for p in ports[:rng.randint(0, 4)]]
     if rng.random() < 0.7:
         opts.terminal = rng.choice(ports)
+    # without --trace standard output holds the terminal's bytes alone
+    opts.trace = rng.random() < 0.7
     return Program("ports", image, opts)
 
 

@@ -805,7 +805,7 @@ def cycletime(n, mhz):
 
 class RunOptions:
     def __init__(self, start=0, maxinstr=1000, ffdefaults=True, haltstops=True,
-                 clock="4", presses=(), ports=(), terminal=None):
+                 clock="4", presses=(), ports=(), terminal=None, trace=True):
         self.start = start
         self.maxinstr = maxinstr
         self.ffdefaults = ffdefaults
@@ -814,9 +814,11 @@ class RunOptions:
         self.presses = list(presses)     # (count, name) in order given
         self.ports = list(ports)         # (port, value)
         self.terminal = terminal
+        self.trace = trace
 
     def argv(self):
-        args = ["--trace", "--max-instructions", str(self.maxinstr)]
+        args = ["--trace"] if self.trace else []
+        args += ["--max-instructions", str(self.maxinstr)]
         if self.start:
             args += ["--start", "%04X" % self.start]
         if not self.ffdefaults:
@@ -859,7 +861,7 @@ def press(m, name):
 def run(image, opts, step_limit=10 ** 7):
     """Load image at 0, Start, and run as `kelvane-cli run` does."""
     m = Machine()
-    m.trace = True
+    m.trace = opts.trace
     for i, v in enumerate(image):
         m.mem[i] = v
     for p, v in opts.ports:
