@@ -28,6 +28,8 @@ bool isregisterword(std::string_view s)
             return false;
         }
     }
+    if (s.size() != 2 && s.size() != 3)
+        return false;
     const std::string u = upper(s);
     return u == "SP" || u == "PSW";
 }
