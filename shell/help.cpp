@@ -11,9 +11,9 @@ namespace kelvane {
 namespace {
 
 // The manual. Plain text, lines of at most 78 characters.
-const char* const manual = R"(KELVANE - AN 8085 DEVELOPMENT AND TEACHING ENVIRONMENT
+const char* const manual = R"(KELVANE - A DEVELOPMENT AND TEACHING ENVIRONMENT FOR THE 8085
 
-Kelvane simulates an Intel 8085 microprocessor with 64K of memory and 256
+Kelvane simulates an 8085 microprocessor with 64K of memory and 256
 I/O ports. The main window is the front panel of the simulated processor:
 the registers A, B, C, D, E, H, L, the stack pointer and the program
 counter, the flags, the memory byte addressed by HL, the last and the next

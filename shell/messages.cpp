@@ -10,6 +10,7 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStringList>
@@ -236,6 +237,15 @@ bool MessageWindow::eventFilter(QObject* watched, QEvent* event)
         return false;
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void MessageWindow::paintEvent(QPaintEvent* event)
+{
+    QWidget::paintEvent(event);
+    // The window has no frame of the window system: a thin line marks its edge.
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::Dark));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 void showmessage(QWidget* form, const QString& text)
