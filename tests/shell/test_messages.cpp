@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QFontMetrics>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QScreen>
@@ -205,6 +206,67 @@ TEST_F(MessageFixture, ConfirmChoosesByShowConfirmations)
     ASSERT_NE(MessageWindow::current(), nullptr);
     EXPECT_EQ(MessageWindow::current()->text(), QStringLiteral("Please load program file first."));
     EXPECT_EQ(closer.texts.size(), 1u);
+}
+
+TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
+{
+    struct Case {
+        const char* answer;
+        bool accept;
+        int limit;
+    } cases[] = {{"1", true, 2}, {"50", true, 10}, {"", true, 4}, {"6", false, 4}, {"6", true, 6}};
+    for (const Case& c : cases) {
+        regwrite("Message Duration", "4");
+        closemessagewindow();
+        showmessage(caller.get(), QStringLiteral("x"));
+        QPointer<MessageWindow> w = MessageWindow::current();
+        ASSERT_TRUE(w);
+        QString prompt, offered;
+        QTimer driver;
+        QObject::connect(&driver, &QTimer::timeout, [&] {
+            if (auto* box = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+                prompt = box->labelText();
+                offered = box->textValue();
+                box->setTextValue(QString::fromLatin1(c.answer));
+                c.accept ? box->accept() : box->reject();
+            }
+        });
+        driver.start(10);
+        QTest::mouseClick(w->textbox()->viewport(), Qt::LeftButton);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !prompt.isEmpty(); }, 2000)) << c.answer;
+        QApplication::processEvents();
+        EXPECT_EQ(prompt, QStringLiteral("Enter new info message display duration [2-10 seconds]."));
+        EXPECT_EQ(offered, QStringLiteral("4"));
+        ASSERT_TRUE(w) << c.answer;
+        EXPECT_EQ(w->messagelimit(), c.limit) << c.answer;
+        EXPECT_EQ(regread("Message Duration"), std::to_string(c.limit)) << c.answer;
+    }
+}
+
+TEST_F(MessageFixture, TheTimeRunningOutDuringTheDurationBoxClosesAfterTheAnswer)
+{
+    regwrite("Message Duration", "2");
+    showmessage(caller.get(), QStringLiteral("x"));
+    QPointer<MessageWindow> w = MessageWindow::current();
+    ASSERT_TRUE(w);
+    bool answered = false;
+    QTimer driver;
+    QObject::connect(&driver, &QTimer::timeout, [&] {
+        if (auto* box = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+            w->tick();
+            w->tick(); // the limit is reached while the box is open
+            EXPECT_TRUE(w);
+            box->setTextValue(QStringLiteral("3"));
+            box->accept();
+            answered = true;
+        }
+    });
+    driver.start(10);
+    QTest::mouseClick(w->textbox()->viewport(), Qt::LeftButton);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return answered; }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 2000));
+    EXPECT_EQ(MessageWindow::current(), nullptr);
+    EXPECT_EQ(regread("Message Duration"), "3");
 }
 
 TEST(Title, EighteenBlanksBehindTheName)
