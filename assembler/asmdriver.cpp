@@ -92,21 +92,32 @@ void putlinenumber(std::string& out, int32_t i)
 
 } // namespace
 
-std::vector<std::string> splitsourcelines(std::string_view text)
+namespace {
+
+// Calls put(line) for each line of the text, cut at CR LF or LF.
+template <typename Put>
+void eachsourceline(std::string_view text, Put&& put)
 {
-    std::vector<std::string> lines;
     size_t start = 0;
     while (start < text.size()) {
-        size_t nl = text.find('\n', start);
+        const size_t nl = text.find('\n', start);
         const bool last = nl == std::string_view::npos;
         size_t end = last ? text.size() : nl;
         if (!last && end > start && text[end - 1] == '\r')
             --end;
-        lines.emplace_back(text.substr(start, end - start));
+        put(text.substr(start, end - start));
         if (last)
             break;
         start = nl + 1;
     }
+}
+
+} // namespace
+
+std::vector<std::string> splitsourcelines(std::string_view text)
+{
+    std::vector<std::string> lines;
+    eachsourceline(text, [&lines](std::string_view l) { lines.emplace_back(l); });
     return lines;
 }
 
@@ -172,14 +183,15 @@ void Assembler::show(const char* phase, int32_t line) const
     progress(phase, line > 0 ? "Line  " + std::to_string(line) : std::string());
 }
 
-void Assembler::loadlines(std::vector<std::string> lines)
+void Assembler::loadlines(std::string_view source)
 {
-    linecount = static_cast<int32_t>(lines.size());
-    const size_t n = lines.size() + 1;
-    asmsource.reserve(n);
+    size_t count = 0;
+    eachsourceline(source, [&count](std::string_view) { ++count; });
+    asmsource.reserve(count + 1);
     asmsource.emplace_back();
-    for (auto& l : lines)
-        asmsource.push_back(std::move(l));
+    eachsourceline(source, [this](std::string_view l) { asmsource.emplace_back(l); });
+    linecount = static_cast<int32_t>(count);
+    const size_t n = count + 1;
     asmerrortext.assign(n, {});
     asmerrorflag.assign(n, 0);
     asmaddress.assign(n, 0);
@@ -414,7 +426,7 @@ int32_t Assembler::assembletext(std::string_view source, int32_t status)
 int32_t Assembler::run(std::string_view source)
 {
     reset();
-    loadlines(splitsourcelines(source));
+    loadlines(source);
     for (int32_t i = 1; i <= linecount; ++i)
         pass1line(i);
     for (int32_t i = 1; i <= linecount; ++i)
@@ -464,8 +476,8 @@ bool Assembler::assemblefile(const std::string& folder, const std::string& name,
     writetext(base + ".lst", listing);
     if (!writeobjfile(objimage.data(), lastaddress, base + ".obj") && fileerror.empty())
         fileerror = "Can't write the file " + base + ".obj.";
-    if (optgeneratehex == "ON" && !writehexfile(objimage.data(), lastaddress, base + ".hex") && fileerror.empty())
-        fileerror = "Can't write the file " + base + ".hex.";
+    if (optgeneratehex == "ON")
+        writetext(base + ".hex", hextext); // the records of hexfiletext, as writehexfile writes them
     return fileerror.empty();
 }
 

@@ -120,7 +120,7 @@ public:
 private:
     void reset();
     int32_t run(std::string_view source);
-    void loadlines(std::vector<std::string> lines);
+    void loadlines(std::string_view source);
     void pass1line(int32_t i);
     void pass2line(int32_t i);
     void seterror(int32_t i, const char* message);
