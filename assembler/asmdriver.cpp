@@ -491,4 +491,10 @@ std::vector<AsmError> Assembler::errors() const
     return out;
 }
 
+Assembler& asmstate()
+{
+    static Assembler state;
+    return state;
+}
+
 } // namespace kelvane

@@ -136,4 +136,8 @@ private:
     bool showprogress = false;
 };
 
+// The process-wide assembler whose state the Assembler window and the Breakpoints Manager read
+// after an assembly (error lines and rows, listing).
+Assembler& asmstate();
+
 } // namespace kelvane
