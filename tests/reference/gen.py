@@ -3,7 +3,7 @@
 # self-modifying code, 256 in a memory element, HLT, interrupts, ports).
 """Program generator: gen(rng, kind) gives a Program (image, run options)."""
 
-from model import RunOptions, UNDEFINED_OPCODES
+from model import RunOptions
 
 CLOCKS = ("4", "4", "4", "2.5", "1", "3", "6.144", "0.5", "3.125", "5", "10", "1.5",
           "0.1", "3.579545", "2.4576", "12", "100", "0.3", "7.3728", "1.8432")

@@ -463,7 +463,6 @@ class Machine:
     # -- one instruction
     def execute(self):
         pc = self.pc
-        mem = self.mem
         op = selector(self.rd(pc))
         b1 = self.rd(pc + 1)
         b2 = self.rd(pc + 2)
