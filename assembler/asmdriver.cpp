@@ -423,7 +423,7 @@ int32_t Assembler::assembletext(std::string_view source, int32_t status)
     return run(source);
 }
 
-int32_t Assembler::run(std::string_view source)
+int32_t Assembler::run(std::string_view source, const std::string* base)
 {
     reset();
     loadlines(source);
@@ -431,12 +431,28 @@ int32_t Assembler::run(std::string_view source)
         pass1line(i);
     for (int32_t i = 1; i <= linecount; ++i)
         pass2line(i);
+
+    auto writetext = [this](const std::string& path, const std::string& data) {
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        out.write(data.data(), static_cast<std::streamsize>(data.size()));
+        out.close();
+        if (!out && fileerror.empty())
+            fileerror = "Can't write the file " + path + ".";
+    };
     show("Writing LST file.", 0);
     buildlisting();
+    if (base != nullptr)
+        writetext(*base + ".lst", listing);
     show("Writing OBJ file.", 0);
     buildimage();
-    if (optgeneratehex == "ON")
+    if (base != nullptr && !writeobjfile(objimage.data(), lastaddress, *base + ".obj") && fileerror.empty())
+        fileerror = "Can't write the file " + *base + ".obj.";
+    if (optgeneratehex == "ON") {
         hextext = hexfiletext(objimage.data(), lastaddress);
+        // The records of the HEX writer, as writehexfile writes them.
+        if (base != nullptr)
+            writetext(*base + ".hex", hextext);
+    }
     return errorcount;
 }
 
@@ -464,20 +480,7 @@ bool Assembler::assemblefile(const std::string& folder, const std::string& name,
             return false;
         }
     }
-    status = run(source);
-
-    auto writetext = [this](const std::string& path, const std::string& data) {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out.write(data.data(), static_cast<std::streamsize>(data.size()));
-        out.close();
-        if (!out && fileerror.empty())
-            fileerror = "Can't write the file " + path + ".";
-    };
-    writetext(base + ".lst", listing);
-    if (!writeobjfile(objimage.data(), lastaddress, base + ".obj") && fileerror.empty())
-        fileerror = "Can't write the file " + base + ".obj.";
-    if (optgeneratehex == "ON")
-        writetext(base + ".hex", hextext); // the records of hexfiletext, as writehexfile writes them
+    status = run(source, &base);
     return fileerror.empty();
 }
 

@@ -119,7 +119,7 @@ public:
 
 private:
     void reset();
-    int32_t run(std::string_view source);
+    int32_t run(std::string_view source, const std::string* base = nullptr);
     void loadlines(std::string_view source);
     void pass1line(int32_t i);
     void pass2line(int32_t i);
