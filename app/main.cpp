@@ -1,26 +1,26 @@
-// The process entry of the desktop program: the program's data folder, the machine state,
-// and the main window. A program file named on the command line is placed in memory.
+// The process entry of the desktop program: one instance per user, the program's data folder,
+// the machine state, the title and version, and the main window. A program file named on the
+// command line is placed in memory as a load would place it.
 #include "core/machine.h"
 #include "sim/form1.h"
+#include "sim/instancelock.h"
 #include "sim/machinestate.h"
+#include "sim/settings.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QStandardPaths>
 
 int main(int argc, char** argv)
 {
+    // A second start while one runs ends at once, with no message.
+    if (!kelvane::acquireinstancelock())
+        return 0;
     QApplication app(argc, argv);
-    QApplication::setApplicationName("Kelvane");
-    QApplication::setApplicationVersion("2.55");
+    QApplication::setApplicationName(kelvane::settingsname);
+    QApplication::setApplicationVersion(kelvane::versiontext);
 
     auto& st = kelvane::machinestate();
+    st.apppath = kelvane::apppath();
     kelvane::initialisestate(st);
-    // apppath: the per-user data folder of the program, created when missing, with a separator.
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    QDir().mkpath(data);
-    st.apppath = QDir::toNativeSeparators(data + "/").toStdString();
-    st.lastpath = st.apppath;
 
     kelvane::Form1 form;
     form.show();

@@ -4,12 +4,20 @@
 #include "core/hexutil.h"
 #include "core/interrupts.h"
 #include "progfiles/programload.h"
+#include "shell/about.h"
+#include "shell/help.h"
+#include "shell/messages.h"
 #include "sim/machinestate.h"
+#include "sim/optionsdialogs.h"
+#include "sim/portdialogs.h"
+#include "sim/programfiles_ui.h"
+#include "sim/settings.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
+#include <QElapsedTimer>
 #include <QFontDatabase>
 #include <QFrame>
 #include <QGridLayout>
@@ -20,7 +28,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
@@ -34,8 +41,6 @@
 namespace kelvane {
 
 namespace {
-
-constexpr const char* programtitle = "Kelvane                  ";
 
 // Slots of the panel's value labels, in the order ekran writes them.
 enum PanelSlot : size_t {
@@ -111,18 +116,6 @@ QPushButton { min-width: 64px; min-height: 26px; }
 
 } // namespace
 
-float secondssincemidnight()
-{
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t t = std::chrono::system_clock::to_time_t(now);
-    std::tm tmv{};
-    localtime_r(&t, &tmv);
-    const auto micros =
-        std::chrono::duration_cast<std::chrono::microseconds>(now.time_since_epoch()).count() % 1000000;
-    return static_cast<float>(tmv.tm_hour * 3600 + tmv.tm_min * 60 + tmv.tm_sec) +
-           static_cast<float>(micros) / 1e6f;
-}
-
 // ---------------------------------------------------------------------------------------------
 // Hooks
 
@@ -156,26 +149,7 @@ void PanelHooks::pumpevents()
 
 void PanelHooks::inprompt(MachineState& st, int32_t port)
 {
-    // The entry dialog of IN: a plain input box until the dialog window is wired in.
-    bool ok = false;
-    const QString label = QString::fromStdString(hexword(st.pc) + "H: " + st.lastinstruction.str() +
-                                                 "\nEnter data received on port " + hexbyte(port) + "H [00-FF].");
-    for (;;) {
-        QString text = QInputDialog::getText(&form_, "IN Instruction Entry Dialog", label, QLineEdit::Normal, "", &ok);
-        if (!ok) {
-            st.invalue = 0;
-            return;
-        }
-        std::string t = text.toUpper().toStdString();
-        if (t.size() == 1)
-            t = "0" + t;
-        const int32_t v = parsehexbyte(t);
-        if (v >= 0) {
-            st.invalue = v;
-            return;
-        }
-        QMessageBox::warning(&form_, programtitle, "Wrong entry.");
-    }
+    inentrydialog(st, port, &form_);
 }
 
 int32_t PanelHooks::intrchoice(MachineState& st)
@@ -186,20 +160,12 @@ int32_t PanelHooks::intrchoice(MachineState& st)
     QString shown = prompt;
     for (;;) {
         bool ok = false;
-        const QString answer = QInputDialog::getText(&form_, programtitle, shown, QLineEdit::Normal, "", &ok);
+        const QString answer = QInputDialog::getText(&form_, titletext(), shown, QLineEdit::Normal, "", &ok);
         if (ok) {
             // The answer's leading number, rounded to an integer.
-            const std::string s = answer.trimmed().toStdString();
-            size_t used = 0;
-            double v = 0;
-            try {
-                v = std::stod(s, &used);
-            } catch (...) {
-                v = 0;
-            }
-            const long n = std::lround(v);
+            const int32_t n = leadingint(answer.toStdString());
             if (n >= 1 && n <= 8)
-                return static_cast<int32_t>(n);
+                return n;
         }
         shown = "Wrong entry.\n" + prompt;
     }
@@ -216,20 +182,40 @@ void PanelHooks::logline(const char* text)
 Form1::Form1(QWidget* parent) : QMainWindow(parent), hooks_(std::make_unique<PanelHooks>(*this))
 {
     setObjectName("Form1");
-    setWindowTitle(programtitle);
     buildpanel();
     buildmenus();
     ultimatetimer_ = new QTimer(this);
     ultimatetimer_->setObjectName("ultimatetimer");
     connect(ultimatetimer_, &QTimer::timeout, this, &Form1::ultimatetimer_Timer);
     setmachinehooks(hooks_.get());
+    Form_Load();
+}
 
+// Form_Load: window positions created, settings read, the stored rate, the window placed.
+void Form1::Form_Load()
+{
+    presetpositions();
+    loadsettings();
+    placewindow(this, 1);
+    setWindowTitle(titletext());
+    if (QAction* a = action("menuabout"))
+        a->setText("About " + titletext().trimmed());
+}
+
+void Form1::loadsettings()
+{
     auto& st = machinestate();
+    readoptions(st);
+    for (const OptionToggle& t : optiontoggles)
+        if (QAction* a = action(t.control))
+            a->setChecked(st.*(t.field) == "ON");
     clean(st, *hooks_);
     menustep_->setEnabled(false);
     menustep2_->setVisible(false);
     menustop_->setEnabled(false);
-    menuspeed_Click(st.simrate >= 1 && st.simrate <= 6 ? st.simrate : 4);
+    const int32_t rate = leadingint(regread("Simulation Rate"));
+    if (rate >= 1 && rate <= 6)
+        menuspeed_Click(rate);
     showbuttons();
 }
 
@@ -435,6 +421,13 @@ void Form1::buildpanel()
     grid->addWidget(serial, 3, 2);
     grid->addWidget(loc, 4, 0, 1, 3);
     grid->setSizeConstraint(QLayout::SetFixedSize);
+    // The read-outs keep their size whatever they show, so a new text never relayouts the panel.
+    panel->ensurePolished();
+    for (QLabel* v : panel_)
+        if (v) {
+            v->ensurePolished();
+            v->setFixedSize(v->sizeHint().expandedTo(v->minimumSize()));
+        }
 
     // Frame10 with the entry box: hidden except during an entry.
     Frame10_ = new QFrame(panel);
@@ -455,6 +448,21 @@ void Form1::buildpanel()
 void Form1::buildmenus()
 {
     auto* bar = menuBar();
+    auto& st = machinestate();
+
+    auto* menu1 = bar->addMenu("&File");
+    menu1->setObjectName("menu1");
+    auto fileitem = [&](const char* caption, const char* name, QKeySequence key, auto fn) {
+        QAction* a = menu1->addAction(caption, key, this, fn);
+        a->setObjectName(name);
+    };
+    fileitem("&Clear Memory", "menuclear", QKeySequence(Qt::CTRL | Qt::Key_C),
+             [this] { menuclear_Click(machinestate(), this, filemenuhooks()); });
+    fileitem("&Load Program", "menuload", QKeySequence(Qt::CTRL | Qt::Key_L),
+             [this] { menuload_Click(machinestate(), this, filemenuhooks()); });
+    fileitem("&Save Memory", "menusave", QKeySequence(Qt::CTRL | Qt::Key_S),
+             [this] { menusave_Click(machinestate(), this, filemenuhooks()); });
+
     auto* menu2 = bar->addMenu("&Simulation");
     menu2->setObjectName("menu2");
     menustart_ = menu2->addAction("&1 Start", QKeySequence(Qt::Key_F1), this, &Form1::menustart_Click);
@@ -475,12 +483,49 @@ void Form1::buildmenus()
         menuspeed_[static_cast<size_t>(n)] = a;
     }
 
+    // Options: the toggles of the table with the three dialogs in their places.
+    auto* menu5 = bar->addMenu("&Options");
+    menu5->setObjectName("menu5");
+    auto toggle = [&](size_t i) {
+        const OptionToggle& t = optiontoggles[i];
+        QAction* a = menu5->addAction(t.caption);
+        a->setObjectName(t.control);
+        a->setCheckable(true);
+        a->setChecked(st.*(t.field) == "ON");
+        connect(a, &QAction::triggered, this, [this, i](bool checked) {
+            auto& ms = machinestate();
+            toggleoption(ms, optiontoggles[i], checked);
+            if (std::string_view(optiontoggles[i].control) == "menuffpowerondefaults")
+                clean(ms, *hooks_);
+        });
+    };
+    auto dialog = [&](const char* caption, const char* name, auto fn) {
+        QAction* a = menu5->addAction(caption, this, fn);
+        a->setObjectName(name);
+    };
+    for (size_t i = 0; i < 6; ++i)
+        toggle(i);
+    dialog("Change Clock Frequency", "menuclock", [this] { menuclock_Click(machinestate(), this); });
+    dialog("Change Starting Address", "menuaddress",
+           [this] { menuaddress_Click(machinestate(), *hooks_, this); });
+    for (size_t i = 6; i < optiontoggles.size(); ++i)
+        toggle(i);
+    dialog("Change Ultimate Rate Refresh Interval", "menuultimaterefresh",
+           [this] { menuultimaterefresh_Click(machinestate(), this); });
+
+    auto* menu6 = bar->addMenu("&Help");
+    menu6->setObjectName("menu6");
+    QAction* help = menu6->addAction("Help Topics", this, [this] { showhelp(this); });
+    help->setObjectName("menuhelp");
+    QAction* about = menu6->addAction("About " + titletext().trimmed(), this, [this] { showabout(this); });
+    about->setObjectName("menuabout");
+
     menustep2_ = bar->addAction("STEP");
     menustep2_->setObjectName("menustep2");
     connect(menustep2_, &QAction::triggered, this, &Form1::menustep2_Click);
 
     // Opening any main menu dismisses an entry in progress.
-    for (QMenu* m : {menu2, menu3})
+    for (QMenu* m : {menu1, menu2, menu3, menu5, menu6})
         connect(m, &QMenu::aboutToShow, this, &Form1::dismissentry);
 }
 
@@ -499,19 +544,19 @@ void Form1::tell(const std::string& text)
         messagesink(text);
         return;
     }
-    QString t = QString::fromStdString(text);
-    t.replace("\r\n", "\n");
-    QMessageBox::information(this, programtitle, t);
+    confirm(this, text);
 }
 
 void Form1::saverate()
 {
-    // The settings store keeps "Simulation Rate"; until it is wired in the rate lives in memory only.
+    regwrite("Simulation Rate", machinestate().simrate);
 }
 
 int Form1::ultimateinterval()
 {
-    return 500;
+    // Read afresh at each use; a value outside 1-2000 put into the store by hand counts as the default.
+    const int32_t ms = leadingint(regread("Ultimate Timer"));
+    return ms >= 1 && ms <= 2000 ? ms : 500;
 }
 
 void Form1::startultimatetimer()
@@ -532,6 +577,19 @@ std::string Form1::loadprogramfile(const QString& path)
     label("qstaza")->setText(path);
     clean(st, *hooks_);
     return {};
+}
+
+FileMenuHooks Form1::filemenuhooks()
+{
+    FileMenuHooks h;
+    h.setqstaza = [this](const QString& path) { label("qstaza")->setText(path); };
+    h.clean = [this] { clean(machinestate(), *hooks_); };
+    h.enablemenus = [this](bool on) {
+        for (QMenu* m : menuBar()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly))
+            m->menuAction()->setEnabled(on);
+    };
+    h.pumpevents = [this] { pump(1); };
+    return h;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -886,15 +944,12 @@ void Form1::ultimateslice()
     using clock = std::chrono::steady_clock;
     const auto deadline = clock::now() + std::chrono::milliseconds(12);
     for (;;) {
-        for (int i = 0; i < 2048; ++i) {
-            stepinstruction(st, hk);
-            if (st.simrate != 6 || st.stoprequest || st.resetinprogress) [[unlikely]]
-                goto done;
-        }
+        // runsteps ends early after an instruction that leaves the Ultimate rate, Stop or RESET.
+        if (runsteps(st, hk, 2048) < 2048 || st.simrate != 6 || st.stoprequest || st.resetinprogress)
+            break;
         if (clock::now() >= deadline)
             break;
     }
-done:
     pump(1);
 }
 
@@ -906,10 +961,27 @@ void Form1::runloop()
     dismissentry();
     for (;;) {
         loopactive_ = true;
+        QWidget* panel = centralWidget();
+        QElapsedTimer sincepaint;
+        sincepaint.start();
         for (;;) {
             if (st.simrate == 6) {
                 ultimateslice();
+            } else if (st.simrate == 5) {
+                // Every instruction refreshes the panel's texts; the screen shows them at the
+                // display's pace rather than painting each one.
+                stepinstruction(st, *hooks_);
+                const bool frame = sincepaint.elapsed() >= 16;
+                if (frame) {
+                    panel->setUpdatesEnabled(true);
+                    sincepaint.restart();
+                }
+                pump(5);
+                if (frame)
+                    panel->setUpdatesEnabled(false);
+                pump(5);
             } else {
+                panel->setUpdatesEnabled(true);
                 stepinstruction(st, *hooks_);
                 pump(5);
                 if (st.simrate == 2)
@@ -924,6 +996,7 @@ void Form1::runloop()
                 break;
         }
         loopactive_ = false;
+        panel->setUpdatesEnabled(true);
         if (quitting_)
             return;
         hooks_->ekran(st);
@@ -968,11 +1041,7 @@ void Form1::menustop_Click(bool fromloop)
         return;
     }
     st.running = false;
-    const float now = secondssincemidnight();
-    if (now < st.starttimer)
-        st.starttimer -= 86400.0f;
-    st.starttimer = now - st.starttimer;
-    const std::string elapsed = elapsedtext(st.starttimer);
+    const std::string elapsed = stopclock(st, secondssincemidnight());
 
     for (size_t i = 1; i <= 7; ++i)
         st.commandenabled[i] = false;
@@ -993,8 +1062,13 @@ void Form1::menustop_Click(bool fromloop)
         io << "\r\n\r\n";
     }
     tell(message);
-    if (logged)
-        QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(log_.path())));
+    if (logged) {
+        const QString path = QString::fromStdString(log_.path());
+        if (viewersink)
+            viewersink(path);
+        else
+            QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    }
     ultimatetimer_->stop();
 }
 
@@ -1038,6 +1112,19 @@ void Form1::ultimatetimer_Timer()
 
 void Form1::closeEvent(QCloseEvent* event)
 {
+    // Form_Unload: the position is written whatever "Save Positions" says, from the normal state.
+    if (isMinimized() || isMaximized())
+        showNormal();
+    savewindowposition(this, 1);
+    auto& st = machinestate();
+    for (size_t i = 0; i < 5; ++i) {
+        if (st.moduletext[i] != "OFF" && st.moduleobject[i]) {
+            try {
+                st.moduleobject[i]->objectterm();
+            } catch (...) {
+            }
+        }
+    }
     // Ending the program during a run: the loop stops at once, without the statistics.
     if (loopactive_) {
         quitting_ = true;

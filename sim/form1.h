@@ -4,6 +4,7 @@
 #pragma once
 #include "core/hooks.h"
 #include "core/machine.h"
+#include "sim/programfiles_ui.h"
 #include "sim/simlog.h"
 
 #include <QMainWindow>
@@ -43,9 +44,6 @@ public:
 private:
     Form1& form_;
 };
-
-// Seconds since local midnight with their fraction, as the run's timer counts them.
-float secondssincemidnight();
 
 class Form1 : public QMainWindow {
     Q_OBJECT
@@ -96,6 +94,8 @@ public:
     void tell(const std::string& text);
     // Tests replace the message window by a function that receives the text.
     std::function<void(const std::string&)> messagesink;
+    // ... and the opening of the log in the desktop's text viewer.
+    std::function<void(const QString&)> viewersink;
 
     // Where the log of the run is kept.
     SimLog& simlog() { return log_; }
@@ -117,6 +117,9 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void Form_Load();
+    void loadsettings();
+    FileMenuHooks filemenuhooks();
     void buildpanel();
     void buildmenus();
     void setrunmenus(bool running);

@@ -1,4 +1,4 @@
-// Rate-6 benchmark of the main window: loads a program, starts it at Ultimate rate, stops it
+// Rate-6 benchmark of the main window: loads a program, starts it at Ultimate rate (or the rate given), stops it
 // from a timer after the given seconds, and prints the speed from the statistics message and
 // the worst delay with which the window served a timer event during the run.
 #include "core/machine.h"
@@ -18,10 +18,11 @@ int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: kelvane_bench_gui PROGRAM [SECONDS]\n");
+        std::fprintf(stderr, "usage: kelvane_bench_gui PROGRAM [SECONDS [RATE]]\n");
         return 2;
     }
     const double seconds = argc > 2 ? std::atof(argv[2]) : 5.0;
+    const int rate = argc > 3 ? std::atoi(argv[3]) : 6;
     auto& st = kelvane::machinestate();
     kelvane::initialisestate(st);
     st.apppath = "/tmp/";
@@ -36,7 +37,7 @@ int main(int argc, char** argv)
     }
     std::string stats;
     form.messagesink = [&](const std::string& t) { stats = t; };
-    form.menuspeed_Click(6);
+    form.menuspeed_Click(rate >= 1 && rate <= 6 ? rate : 6);
 
     // Probes: a 20 ms timer whose lateness is the window's response time during the run.
     QElapsedTimer clock;
