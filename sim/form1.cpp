@@ -347,10 +347,10 @@ void Form1::buildpanel()
         v->setObjectName(name);
         v->setProperty("role", "wide");
         v->setFont(widefont);
-        v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(16, 'M')) + 16);
+        v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(30, 'M')) + 16);
         watch(v);
-        ig->addWidget(cap, row * 2, 0);
-        ig->addWidget(v, row * 2 + 1, 0);
+        ig->addWidget(cap, row * 2, 0, Qt::AlignLeft);
+        ig->addWidget(v, row * 2 + 1, 0, Qt::AlignLeft);
         if (slot < sslotcount)
             panel_[slot] = v;
         return v;
