@@ -383,6 +383,11 @@ struct EntryCase {
     int32_t expected;
 };
 
+void PrintTo(const EntryCase& c, std::ostream* os)
+{
+    *os << c.label << " '" << c.typed << "'";
+}
+
 class DirectEntry : public Form1Test, public ::testing::WithParamInterface<EntryCase> {};
 
 TEST_P(DirectEntry, EnterCommitsByTheBoxLength)
