@@ -149,12 +149,14 @@ void PanelHooks::pumpevents()
 
 void PanelHooks::inprompt(MachineState& st, int32_t port)
 {
+    form_.centralWidget()->setUpdatesEnabled(true); // the panel stays painted behind the dialog
     inentrydialog(st, port, &form_);
 }
 
 int32_t PanelHooks::intrchoice(MachineState& st)
 {
     (void)st;
+    form_.centralWidget()->setUpdatesEnabled(true);
     const QString prompt = "Enter the choice of instruction supplied by the peripheral device.\n"
                            "1 - RST 0\n2 - RST 1\n3 - RST 2\n4 - RST 3\n5 - RST 4\n6 - RST 5\n7 - RST 6\n8 - RST 7";
     QString shown = prompt;
@@ -1129,9 +1131,10 @@ void Form1::closeEvent(QCloseEvent* event)
     if (loopactive_) {
         quitting_ = true;
         machinestate().stoprequest = true;
-        QCoreApplication::quit();
     }
     event->accept();
+    // The process ends with the main window, whatever other windows still stand.
+    QCoreApplication::quit();
 }
 
 } // namespace kelvane

@@ -68,8 +68,8 @@ int main(int argc, char** argv)
     app.exec();
 
     const double elapsed = static_cast<double>(stopdone) / 1000.0;
-    std::printf("instructions %d in %.2f s: %.1f million instructions/s\n", st.instructioncount, elapsed,
-                st.instructioncount / elapsed / 1e6);
+    std::printf("rate %d: %d instructions in %.2f s: %.0f instructions/s (%.1f million)\n", rate, st.instructioncount,
+                elapsed, st.instructioncount / elapsed, st.instructioncount / elapsed / 1e6);
     std::printf("window events: %lld timer probes, worst lateness %lld ms; Stop served in %lld ms\n", probes, worst,
                 stopdone - stopdue);
     std::string oneline = stats;
