@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -373,6 +374,97 @@ TEST_F(Form1Test, SidButtonTogglesTheLineAndSodFollowsTheState)
     form->ekran();
     EXPECT_EQ(text("sodlabel"), "SOD = 1");
     act("menustop")->trigger();
+}
+
+TEST_F(Form1Test, ButtonsFollowEiSimAcceptanceAndStop)
+{
+    load({0x3E, 0x0B, 0xFB, 0x30, 0x00, 0x00}); // MVI A,0BH; EI; SIM; NOP; NOP
+    startat(1);
+    auto enabled = [this] {
+        std::string e;
+        for (int i = 1; i <= 7; ++i)
+            e += form->command(i)->isEnabled() ? '1' : '0';
+        return e;
+    };
+    EXPECT_EQ(enabled(), "1100001");
+    act("menustep")->trigger();
+    act("menustep")->trigger(); // EI
+    EXPECT_EQ(enabled(), "1111111");
+    act("menustep")->trigger(); // SIM with 0BH: 6.5 and 5.5 masked
+    EXPECT_EQ(enabled(), "1110011");
+    form->command(3)->click(); // RST 7.5 accepted
+    EXPECT_EQ(enabled(), "1000001");
+    act("menustop")->trigger();
+    EXPECT_EQ(enabled(), "0000000");
+}
+
+TEST_F(Form1Test, InterruptPressedAtUltimateIsServedAfterTheInstruction)
+{
+    load(eiloop);
+    st().mem[0x24] = 0x76; // the TRAP routine: HLT
+    later(60, [this] { form->command(2)->click(); });
+    startat(6);
+    EXPECT_FALSE(st().running);
+    EXPECT_EQ(st().pc, 0x24);
+    EXPECT_FALSE(st().pendingtrap);
+}
+
+TEST_F(Form1Test, ClickResetAtStepByStepActsAtOnce)
+{
+    load(haltprogram);
+    startat(1);
+    act("menustep")->trigger();
+    form->clickreset();
+    EXPECT_FALSE(st().resetinprogress);
+    EXPECT_FALSE(st().resetrequest);
+    EXPECT_EQ(text("qinstrukcija"), "RESET");
+    EXPECT_EQ(text("qinst"), "0");
+    EXPECT_EQ(text("qa"), "FF");
+    EXPECT_TRUE(act("menustep")->isEnabled());
+    act("menustop")->trigger();
+}
+
+TEST_F(Form1Test, ClickResetDuringALoopWaitsForTheLoopAndRunsOn)
+{
+    load(endlessloop);
+    bool looping = false;
+    later(60, [this] { form->clickreset(); });
+    later(800, [&] {
+        looping = form->loopactive();
+        act("menustop")->trigger();
+    });
+    startat(5);
+    EXPECT_TRUE(looping); // the run went on after the reset
+    EXPECT_FALSE(st().resetrequest);
+    EXPECT_EQ(st().simrate, 5);
+    ASSERT_EQ(messages.size(), 1u);
+}
+
+TEST_F(Form1Test, IoLogGetsResetLinesAndTwoEmptyLinesAtStop)
+{
+    const std::string io = st().apppath + "io.txt";
+    std::remove(io.c_str());
+    st().optinlog = "ON";
+    load({0xD3, 0x07, 0x76}); // OUT 07H; HLT
+    startat(1);
+    act("menustep")->trigger();
+    QTest::mousePress(form->command(1), Qt::LeftButton);
+    QTest::mouseRelease(form->command(1), Qt::LeftButton);
+    act("menustep")->trigger();
+    act("menustep")->trigger(); // HLT stops the run
+    EXPECT_FALSE(st().running);
+    QFile f(QString::fromStdString(io));
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = f.readAll().split('\n');
+    ASSERT_EQ(lines.size(), 6); // OUT, RESET, OUT, two empty lines and what follows the last CR LF
+    EXPECT_TRUE(lines[0].endsWith("\t0000H: OUT 07H\tData FFH sent to port 07H\r"));
+    EXPECT_EQ(lines[1], "RESET\r");
+    EXPECT_TRUE(lines[2].contains("sent to port 07H"));
+    EXPECT_EQ(lines[3], "\r");
+    EXPECT_EQ(lines[4], "\r");
+    EXPECT_EQ(lines[5], "");
+    f.close();
+    std::remove(io.c_str());
 }
 
 // Direct entry: label, typed text, the field and the value expected (-1: unchanged).
