@@ -798,13 +798,30 @@ void Form1::Command1_MouseUp()
     auto& st = machinestate();
     if (!st.resetinprogress || st.resetrequest)
         return;
+    if (!st.running) {
+        // The run was stopped while RESET was held: nothing is left to restart.
+        st.resetinprogress = false;
+        return;
+    }
     if (loopactive_) {
         // The loop has not yet seen the press: it carries out the release when it ends.
         releasepending_ = true;
         return;
     }
     resetrelease();
-    if (st.running && st.simrate != 1 && !loopactive_)
+    resumeafterreset();
+}
+
+// After a RESET: a Stop asked for meanwhile is carried out; otherwise the loop runs on at a
+// running rate (at Step By Step the release has enabled Step).
+void Form1::resumeafterreset()
+{
+    auto& st = machinestate();
+    if (!st.running || loopactive_)
+        return;
+    if (st.stoprequest)
+        menustop_Click(true);
+    else if (st.simrate != 1)
         runloop();
 }
 
@@ -854,8 +871,7 @@ void Form1::clickreset()
     pump(1);
     clean(st, *hooks_);
     resetrelease();
-    if (st.running && st.simrate != 1 && !loopactive_)
-        runloop();
+    resumeafterreset();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -1018,7 +1034,11 @@ void Form1::runloop()
                 // RESET was pressed and let go while the loop ran: carry out the release now.
                 releasepending_ = false;
                 resetrelease();
-                if (st.running && st.simrate != 1 && !st.stoprequest)
+                if (st.running && st.stoprequest) {
+                    menustop_Click(true);
+                    return;
+                }
+                if (st.running && st.simrate != 1)
                     continue;
             }
         }

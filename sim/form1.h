@@ -132,6 +132,7 @@ private:
     void commitentry();
     void setpanel(QLabel* label, size_t slot, const std::string& text);
     void resetrelease();
+    void resumeafterreset();
 
     std::unique_ptr<PanelHooks> hooks_;
     SimLog log_;

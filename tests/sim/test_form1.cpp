@@ -409,6 +409,20 @@ TEST_F(Form1Test, InterruptPressedAtUltimateIsServedAfterTheInstruction)
     EXPECT_FALSE(st().pendingtrap);
 }
 
+TEST_F(Form1Test, StopWhileResetIsHeldEndsTheRunAtTheRelease)
+{
+    load(endlessloop);
+    later(60, [this] { QTest::mousePress(form->command(1), Qt::LeftButton); });
+    later(120, [this] { act("menustop")->trigger(); });
+    later(180, [this] { QTest::mouseRelease(form->command(1), Qt::LeftButton); });
+    startat(5); // returns when the loop has seen the press
+    EXPECT_TRUE(QTest::qWaitFor([] { return !st().running; }, 5000));
+    EXPECT_FALSE(st().resetinprogress);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].rfind("Total number of executed instructions is 0.\r\n", 0), 0u) << messages[0];
+    EXPECT_FALSE(act("menustop")->isEnabled());
+}
+
 TEST_F(Form1Test, ClickResetAtStepByStepActsAtOnce)
 {
     load(haltprogram);
