@@ -736,7 +736,10 @@ bool Form1::eventFilter(QObject* watched, QEvent* event)
                 return true;
             }
         } else if (event->type() == QEvent::FocusOut) {
-            dismissentry(); // Text1_LostFocus
+            // Text1_LostFocus; a switch to another application's window is not a loss of focus
+            // within the panel, and the entry is still there on return.
+            if (static_cast<QFocusEvent*>(event)->reason() != Qt::ActiveWindowFocusReason)
+                dismissentry();
         }
         return QMainWindow::eventFilter(watched, event);
     }

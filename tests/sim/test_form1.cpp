@@ -550,6 +550,15 @@ TEST_F(Form1Test, EscapeAndDismissalsStoreNothing)
         EXPECT_TRUE(form->entrybox()->text().isEmpty()) << other;
     }
     EXPECT_EQ(st().b, 0xFF);
+    // The focus moving to another control of the window.
+    form->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(form.get()));
+    form->panelclick("qb");
+    ASSERT_TRUE(form->entrybox()->hasFocus());
+    QTest::keyClicks(form->entrybox(), "05");
+    form->command(2)->setFocus(Qt::TabFocusReason);
+    EXPECT_FALSE(form->entryopen());
+    EXPECT_EQ(st().b, 0xFF);
     // Opening a main menu.
     form->panelclick("qc");
     QTest::keyClicks(form->entrybox(), "05");
