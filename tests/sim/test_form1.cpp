@@ -423,6 +423,15 @@ TEST_F(Form1Test, StopWhileResetIsHeldEndsTheRunAtTheRelease)
     EXPECT_FALSE(act("menustop")->isEnabled());
 }
 
+TEST_F(Form1Test, ClosingDuringARunEndsItWithoutTheStatistics)
+{
+    load(endlessloop);
+    later(80, [this] { form->close(); });
+    startat(5);
+    EXPECT_FALSE(form->loopactive());
+    EXPECT_TRUE(messages.empty());
+}
+
 TEST_F(Form1Test, ClickResetAtStepByStepActsAtOnce)
 {
     load(haltprogram);
