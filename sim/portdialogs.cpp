@@ -1,5 +1,7 @@
 #include "sim/portdialogs.h"
 
+#include <QEventLoop>
+
 #include "core/hexutil.h"
 #include "shell/messages.h"
 #include "sim/settings.h"
@@ -236,8 +238,16 @@ void AsciiKeyboard::keyclicked(int index)
 
 void inentrydialog(MachineState& st, int32_t port, QWidget* parent)
 {
+    // The IN instruction waits here for its value, while the main window stays usable: Stop,
+    // RESET and the rate menu raise their flags and act when the instruction ends.
     InEntryDialog dialog(st, port, parent);
-    dialog.exec();
+    dialog.setWindowModality(Qt::NonModal);
+    QEventLoop wait;
+    QObject::connect(&dialog, &QDialog::finished, &wait, &QEventLoop::quit);
+    dialog.show();
+    dialog.raise();
+    dialog.activateWindow();
+    wait.exec();
 }
 
 void hexvaluedialog(MachineState& st, QWidget* parent)

@@ -66,7 +66,14 @@ protected:
         auto* timer = new QTimer(form.get());
         timer->setInterval(10);
         QObject::connect(timer, &QTimer::timeout, form.get(), [timer, fn] {
-            if (auto* d = qobject_cast<T*>(QApplication::activeModalWidget())) {
+            QWidget* w = QApplication::activeModalWidget();
+            if (w == nullptr) {
+                // The IN prompt waits without being modal: find it among the shown windows.
+                for (QWidget* top : QApplication::topLevelWidgets())
+                    if (top->isVisible() && qobject_cast<T*>(top) != nullptr)
+                        w = top;
+            }
+            if (auto* d = qobject_cast<T*>(w)) {
                 timer->stop();
                 timer->deleteLater();
                 fn(d);
@@ -183,6 +190,32 @@ TEST_F(WiredForm, InPromptWithTheCheckBoxSwitchesToStepAfterTheInstruction)
     EXPECT_EQ(st().ports[5], 7);
     EXPECT_TRUE(act("menustep")->isEnabled());
     act("menustop")->trigger();
+}
+
+TEST_F(WiredForm, StopAndRatesStayUsableDuringTheInPrompt)
+{
+    make();
+    st().optinprompt = "ON";
+    load({0xDB, 0x05, 0xC3, 0x00, 0x00}); // IN 05H; JMP 0000H
+    bool mainwindowfree = false;
+    answer<InEntryDialog>([&](InEntryDialog* d) {
+        // The main window takes input while the prompt waits: Stop raises its flag, the rate changes.
+        mainwindowfree = QApplication::activeModalWidget() == nullptr && act("menustop")->isEnabled();
+        act("menuspeed3")->trigger();
+        act("menustop")->trigger();
+        EXPECT_TRUE(st().running); // the instruction is still under way
+        d->text1()->setText("A5");
+        d->command1()->click();
+    });
+    act("menuspeed5")->trigger();
+    act("menustart")->trigger();
+    EXPECT_TRUE(mainwindowfree);
+    EXPECT_FALSE(st().running); // the Stop acted when the instruction ended
+    EXPECT_EQ(st().instructioncount, 1);
+    EXPECT_EQ(st().a, 0xA5);
+    EXPECT_EQ(st().simrate, 3);
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back().rfind("Total number of executed instructions is 1.", 0), 0u);
 }
 
 TEST_F(WiredForm, IntrAsksAgainUntilTheAnswerIsGood)

@@ -31,6 +31,12 @@ public:
     {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
             QWidget* w = QApplication::activeModalWidget();
+            if (w == nullptr) {
+                // The IN prompt waits without being modal: find it among the shown windows.
+                for (QWidget* top : QApplication::topLevelWidgets())
+                    if (top->isVisible() && qobject_cast<T*>(top) != nullptr)
+                        w = top;
+            }
             if (auto* box = qobject_cast<QMessageBox*>(w)) {
                 boxes.push_back(box->text());
                 titles.push_back(box->windowTitle());
