@@ -902,12 +902,7 @@ void Form1::menustart_Click()
     if (st.running || loopactive_)
         return;
     dismissentry();
-    st.running = true;
-    clean(st, *hooks_);
-    clean1(st);
-    setnextinstruction(st);
-    hooks_->ekran(st);
-    st.commandenabled = {false, true, true, false, false, false, false, true};
+    startrun(st, *hooks_);
     showbuttons();
     setrunmenus(true);
     pump(1);
