@@ -315,6 +315,7 @@ void Form1::buildpanel()
 
     auto [f4, g4] = frame("Frame4", " Simulation Statistics ");
     {
+        QGridLayout* grid4 = g4; // a lambda may not capture a structured binding before C++20 in every compiler
         auto counter = [&](const char* name, const char* caption, int row, size_t slot) {
             auto* cap = new QLabel(caption);
             cap->setObjectName(QString("l_%1").arg(name));
@@ -327,8 +328,8 @@ void Form1::buildpanel()
             v->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
             v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(11, '8')) + 16);
             watch(v);
-            g4->addWidget(cap, row * 2, 0);
-            g4->addWidget(v, row * 2 + 1, 0);
+            grid4->addWidget(cap, row * 2, 0);
+            grid4->addWidget(v, row * 2 + 1, 0);
             panel_[slot] = v;
         };
         counter("qtaktvreme", "Clock Cycles Counter", 0, sqtaktvreme);
