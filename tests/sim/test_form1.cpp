@@ -412,9 +412,15 @@ TEST_F(Form1Test, InterruptPressedAtUltimateIsServedAfterTheInstruction)
 TEST_F(Form1Test, StopWhileResetIsHeldEndsTheRunAtTheRelease)
 {
     load(endlessloop);
-    later(60, [this] { QTest::mousePress(form->command(1), Qt::LeftButton); });
-    later(120, [this] { act("menustop")->trigger(); });
-    later(180, [this] { QTest::mouseRelease(form->command(1), Qt::LeftButton); });
+    // Each event is scheduled once the one before it was handled, so that a slow build keeps
+    // their order: press, Stop while held, release.
+    later(60, [this] {
+        QTest::mousePress(form->command(1), Qt::LeftButton);
+        later(60, [this] {
+            act("menustop")->trigger();
+            later(60, [this] { QTest::mouseRelease(form->command(1), Qt::LeftButton); });
+        });
+    });
     startat(5); // returns when the loop has seen the press
     EXPECT_TRUE(QTest::qWaitFor([] { return !st().running; }, 5000));
     EXPECT_FALSE(st().resetinprogress);
