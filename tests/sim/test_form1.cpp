@@ -457,11 +457,20 @@ TEST_F(Form1Test, ClickResetDuringALoopWaitsForTheLoopAndRunsOn)
 {
     load(endlessloop);
     bool looping = false;
-    later(60, [this] { form->clickreset(); });
-    later(800, [&] {
-        looping = form->loopactive();
-        act("menustop")->trigger();
-    });
+    // clickreset is called only where its callers can reach it: with the loop running and RESET
+    // enabled (a slow build may still be inside Start at 60 ms). Stop follows once it acted.
+    std::function<void()> press = [&] {
+        if (!form->loopactive() || !st().commandenabled[1]) {
+            later(20, press);
+            return;
+        }
+        later(740, [&] {
+            looping = form->loopactive();
+            act("menustop")->trigger();
+        });
+        form->clickreset();
+    };
+    later(60, press);
     startat(5);
     EXPECT_TRUE(looping); // the run went on after the reset
     EXPECT_FALSE(st().resetrequest);
