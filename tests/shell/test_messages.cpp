@@ -15,6 +15,8 @@
 #include <QTest>
 #include <QTimer>
 
+#include "tests/common/dialogdriver.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -23,25 +25,7 @@ using namespace kelvane;
 
 namespace {
 
-// Closes every message box that comes up while it lives and keeps their texts.
-class BoxCloser {
-public:
-    BoxCloser()
-    {
-        QObject::connect(&timer_, &QTimer::timeout, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                texts.push_back(box->text());
-                titles.push_back(box->windowTitle());
-                box->accept();
-            }
-        });
-        timer_.start(10);
-    }
-    std::vector<QString> texts, titles;
-
-private:
-    QTimer timer_;
-};
+using test::BoxCloser;
 
 void closemessagewindow()
 {

@@ -16,6 +16,8 @@
 #include <QSettings>
 #include <QTimer>
 
+#include "tests/common/dialogdriver.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -66,14 +68,7 @@ protected:
         auto* timer = new QTimer(form.get());
         timer->setInterval(10);
         QObject::connect(timer, &QTimer::timeout, form.get(), [timer, fn] {
-            QWidget* w = QApplication::activeModalWidget();
-            if (w == nullptr) {
-                // The IN prompt waits without being modal: find it among the shown windows.
-                for (QWidget* top : QApplication::topLevelWidgets())
-                    if (top->isVisible() && qobject_cast<T*>(top) != nullptr)
-                        w = top;
-            }
-            if (auto* d = qobject_cast<T*>(w)) {
+            if (auto* d = qobject_cast<T*>(test::frontwindow<T>())) { // the IN prompt is not modal
                 timer->stop();
                 timer->deleteLater();
                 fn(d);

@@ -13,6 +13,8 @@
 #include <QSettings>
 #include <QTimer>
 
+#include "tests/common/dialogdriver.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -30,13 +32,7 @@ public:
         : act_(std::move(act))
     {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
-            QWidget* w = QApplication::activeModalWidget();
-            if (w == nullptr) {
-                // The IN prompt waits without being modal: find it among the shown windows.
-                for (QWidget* top : QApplication::topLevelWidgets())
-                    if (top->isVisible() && qobject_cast<T*>(top) != nullptr)
-                        w = top;
-            }
+            QWidget* w = test::frontwindow<T>(); // the IN prompt waits without being modal
             if (auto* box = qobject_cast<QMessageBox*>(w)) {
                 boxes.push_back(box->text());
                 titles.push_back(box->windowTitle());

@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include "tests/common/dialogdriver.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -23,23 +25,7 @@ using namespace kelvane;
 
 namespace {
 
-class BoxCloser {
-public:
-    BoxCloser()
-    {
-        QObject::connect(&timer_, &QTimer::timeout, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                texts.push_back(box->text());
-                box->accept();
-            }
-        });
-        timer_.start(10);
-    }
-    std::vector<QString> texts;
-
-private:
-    QTimer timer_;
-};
+using test::BoxCloser;
 
 std::string readall(const std::string& path)
 {
