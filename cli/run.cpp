@@ -173,7 +173,7 @@ void press(MachineState& st, CliHooks& hooks, const Press& p)
         const int32_t rate = st.simrate;
         st.simrate = 1;
         resetpress(st, hooks);
-        resetrelease(st, hooks, secondssincemidnight());
+        resetrelease(st, hooks);
         st.simrate = rate;
         return;
     }

@@ -67,6 +67,9 @@ void aluora(MachineState& st, int32_t v);
 void alucmp(MachineState& st, int32_t v);
 void aludad(MachineState& st, int32_t v);
 
+// Appends text to "io.txt" in apppath (the file is opened and closed for each write).
+void appendiolog(const MachineState& st, const std::string& text);
+
 // The port path of IN and OUT.
 int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port);
 void portwrite(MachineState& st, MachineHooks& hooks, int32_t port, int32_t value);

@@ -41,6 +41,10 @@ public:
     // Let pending window events run.
     virtual void pumpevents() {}
 
+    // RESET let go: the panel keeps showing the reset state for a moment before the run's clock
+    // starts anew (the window disables RESET and waits half a second).
+    virtual void resetpause(MachineState& st) { (void)st; }
+
     // The IN prompt: shows the entry dialog for port p, which leaves its answer in st.invalue
     // (0 when the dialog was closed without Enter).
     virtual void inprompt(MachineState& st, int32_t port)

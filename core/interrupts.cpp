@@ -4,7 +4,6 @@
 
 #include "core/execute.h"
 
-#include <fstream>
 
 namespace kelvane {
 
@@ -95,19 +94,18 @@ void resetpress(MachineState& st, MachineHooks& hooks)
     }
 }
 
-void resetrelease(MachineState& st, MachineHooks& hooks, float now)
+void resetrelease(MachineState& st, MachineHooks& hooks)
 {
     clean(st, hooks);
     st.lastinstruction = "RESET";
     setnextinstruction(st);
     hooks.ekran(st);
-    st.starttimer = now - 0.01f;
+    hooks.resetpause(st);
+    st.starttimer = secondssincemidnight() - 0.01f;
     setinterruptbuttons(st, hooks, true);
     hooks.logline("RESET");
-    if (st.optinlog == "ON" && st.iologwritten) {
-        std::ofstream out(st.apppath + "io.txt", std::ios::binary | std::ios::app);
-        out << "RESET\r\n";
-    }
+    if (st.optinlog == "ON" && st.iologwritten)
+        appendiolog(st, "RESET\r\n");
     st.resetinprogress = false;
     hooks.pumpevents();
 }

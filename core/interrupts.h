@@ -16,11 +16,11 @@ void setinterruptbuttons(MachineState& st, MachineHooks& hooks, bool trap);
 
 // The machine's side of the RESET button. resetpress: RESET is held (resetinprogress; at rate 1
 // the processor is cleaned and the interrupt buttons go off at once). resetrelease: RESET is let
-// go: clean, "RESET" as last instruction, the next instruction's text, panel, the run's timer
-// restarted at `now` (seconds since midnight), TRAP alone enabled, the "RESET" lines of log.txt and
-// io.txt, resetinprogress cleared. Menus, the 500 ms pause and the restart of the loop are the caller's.
+// go: clean, "RESET" as last instruction, the next instruction's text, panel, the pause
+// (hooks.resetpause), the run's timer restarted, TRAP alone enabled, the "RESET" lines of log.txt
+// and io.txt, resetinprogress cleared. Menus and the restart of the loop are the caller's.
 void resetpress(MachineState& st, MachineHooks& hooks);
-void resetrelease(MachineState& st, MachineHooks& hooks, float now);
+void resetrelease(MachineState& st, MachineHooks& hooks);
 
 // Command7_Click: toggles sid.
 void sidclick(MachineState& st);

@@ -11,16 +11,15 @@ namespace kelvane {
 namespace {
 
 // "io.txt" lines: date, blank, time, tab, address, "H: ", instruction, tab, the data text.
-void appendiolog(MachineState& st, int32_t port, int32_t value, const char* direction)
+void logtransfer(MachineState& st, int32_t port, int32_t value, const char* direction)
 {
     const std::time_t now = std::time(nullptr);
     std::tm tmv{};
     localtime_r(&now, &tmv);
     char stamp[32];
     std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &tmv);
-    std::ofstream out(st.apppath + "io.txt", std::ios::binary | std::ios::app);
-    out << stamp << '\t' << hexword(st.pc) << "H: " << st.lastinstruction.str() << '\t' << "Data " << hexbyte(value)
-        << direction << hexbyte(port) << "H\r\n";
+    appendiolog(st, std::string(stamp) + '\t' + hexword(st.pc) + "H: " + st.lastinstruction.str() + "\tData " +
+                        hexbyte(value) + direction + hexbyte(port) + "H\r\n");
     st.iologwritten = true;
 }
 
@@ -38,6 +37,12 @@ void eachmodule(MachineState& st, Fn fn)
 }
 
 } // namespace
+
+void appendiolog(const MachineState& st, const std::string& text)
+{
+    std::ofstream out(st.apppath + "io.txt", std::ios::binary | std::ios::app);
+    out << text;
+}
 
 int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port)
 {
@@ -70,7 +75,7 @@ int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port)
     if (st.optrefreshmemory == "ON" && st.Form20)
         hooks.ioprint(st);
     if (st.optinlog == "ON")
-        appendiolog(st, port, v, "H received on port ");
+        logtransfer(st, port, v, "H received on port ");
     return v;
 }
 
@@ -78,7 +83,7 @@ void portwrite(MachineState& st, MachineHooks& hooks, int32_t port, int32_t valu
 {
     freshenpanelvalues(st);
     if (st.optinlog == "ON")
-        appendiolog(st, port, value, "H sent to port ");
+        logtransfer(st, port, value, "H sent to port ");
     bool taken = false;
     for (int n = 1; n <= 4; ++n) {
         const auto i = static_cast<size_t>(n);

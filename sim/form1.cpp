@@ -36,7 +36,6 @@
 
 #include <chrono>
 #include <ctime>
-#include <fstream>
 
 namespace kelvane {
 
@@ -145,6 +144,11 @@ void PanelHooks::menuspeed1(MachineState& st)
 void PanelHooks::pumpevents()
 {
     form_.pump(1);
+}
+
+void PanelHooks::resetpause(MachineState& st)
+{
+    form_.resetpause(st);
 }
 
 void PanelHooks::inprompt(MachineState& st, int32_t port)
@@ -835,28 +839,20 @@ void Form1::resumeafterreset()
         runloop();
 }
 
-// Steps 1-7 of letting RESET go; the caller decides between Step commands and the loop.
-void Form1::resetrelease()
+void Form1::resetpause(MachineState& st)
 {
-    auto& st = machinestate();
-    clean(st, *hooks_);
-    st.lastinstruction = "RESET";
-    setnextinstruction(st);
-    hooks_->ekran(st);
     commands_[1]->setEnabled(false);
     pump(1);
     QThread::msleep(500);
     commands_[1]->setEnabled(st.commandenabled[1]);
-    st.starttimer = secondssincemidnight() - 0.01f;
-    setinterruptbuttons(st, *hooks_, true);
-    if (st.optlogging == "ON")
-        log_.line("RESET");
-    if (st.optinlog == "ON" && st.iologwritten) {
-        std::ofstream io(st.apppath + "io.txt", std::ios::binary | std::ios::app);
-        io << "RESET\r\n";
-    }
-    st.resetinprogress = false;
-    pump(1);
+}
+
+// Steps 1-7 of letting RESET go (the machine's side); the caller decides between Step commands
+// and the loop.
+void Form1::resetrelease()
+{
+    auto& st = machinestate();
+    kelvane::resetrelease(st, *hooks_);
     if (st.simrate == 1 && st.running) {
         menustep_->setEnabled(true);
         menustep2_->setVisible(true);
@@ -1084,10 +1080,8 @@ void Form1::menustop_Click(bool fromloop)
         log_.close(elapsed, cut == std::string::npos ? message : message.substr(cut + 2));
     }
     hooks_->wantlog = false;
-    if (st.optinlog == "ON" && st.iologwritten) {
-        std::ofstream io(st.apppath + "io.txt", std::ios::binary | std::ios::app);
-        io << "\r\n\r\n";
-    }
+    if (st.optinlog == "ON" && st.iologwritten)
+        appendiolog(st, "\r\n\r\n");
     tell(message);
     if (logged) {
         const QString path = QString::fromStdString(log_.path());

@@ -37,6 +37,7 @@ public:
     void interruptbuttonschanged(MachineState& st) override;
     void menuspeed1(MachineState& st) override;
     void pumpevents() override;
+    void resetpause(MachineState& st) override;
     void inprompt(MachineState& st, int32_t port) override;
     int32_t intrchoice(MachineState& st) override;
     void logline(const char* text) override;
@@ -86,6 +87,8 @@ public:
 
     // Event pump: n passes over the pending events.
     void pump(int n);
+    // RESET let go: the button stays disabled for half a second while the panel shows the reset state.
+    void resetpause(MachineState& st);
 
     // True while runloop is between its first instruction and its end.
     bool loopactive() const { return loopactive_; }

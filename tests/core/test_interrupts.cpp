@@ -109,7 +109,7 @@ TEST(Interrupts, ResetRestartsFromStartAddress)
     m.step(2);
     resetpress(m.st, m.hooks);
     EXPECT_TRUE(m.st.resetinprogress);
-    resetrelease(m.st, m.hooks, 100.0f);
+    resetrelease(m.st, m.hooks);
     EXPECT_FALSE(m.st.resetinprogress);
     EXPECT_EQ(m.st.pc, 0);
     EXPECT_EQ(m.st.a, 0);
