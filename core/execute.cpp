@@ -9,6 +9,10 @@
 
 namespace kelvane {
 
+void setzero(MachineState& st, int32_t v) { st.fz = v == 0 ? 1 : 0; }
+void setsign(MachineState& st, int32_t v) { st.fs = (v >> 7) & 1; }
+void setparity(MachineState& st, int32_t v) { st.fp = (std::popcount(static_cast<uint32_t>(v) & 0xFFu) & 1) ? 0 : 1; }
+
 namespace {
 
 // Wrapping 32-bit arithmetic: the elements are plain 32-bit sums with no guard.
@@ -71,9 +75,9 @@ inline int32_t& memat(MachineState& st, int32_t addr)
 
 inline void szp(MachineState& st, int32_t v)
 {
-    st.fz = v == 0 ? 1 : 0;
-    st.fs = (v >> 7) & 1;
-    st.fp = (std::popcount(static_cast<uint32_t>(v) & 0xFFu) & 1) ? 0 : 1;
+    setzero(st, v);
+    setsign(st, v);
+    setparity(st, v);
 }
 
 inline void acadd(MachineState& st, int32_t x, int32_t y)
@@ -201,9 +205,6 @@ void daa(MachineState& st)
 
 } // namespace
 
-void setzero(MachineState& st, int32_t v) { st.fz = v == 0 ? 1 : 0; }
-void setsign(MachineState& st, int32_t v) { st.fs = (v >> 7) & 1; }
-void setparity(MachineState& st, int32_t v) { st.fp = (std::popcount(static_cast<uint32_t>(v) & 0xFFu) & 1) ? 0 : 1; }
 
 int32_t aluinr(MachineState& st, int32_t v)
 {
