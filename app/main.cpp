@@ -1,6 +1,7 @@
 // The process entry of the desktop program: one instance per user, the program's data folder,
 // the machine state, the title and version, and the main window. A program file named on the
 // command line is placed in memory as a load would place it.
+#include "app/windows.h"
 #include "core/machine.h"
 #include "sim/form1.h"
 #include "sim/instancelock.h"
@@ -21,6 +22,7 @@ int main(int argc, char** argv)
     auto& st = kelvane::machinestate();
     st.apppath = kelvane::apppath();
     kelvane::initialisestate(st);
+    kelvane::registerwindows();
 
     kelvane::Form1 form;
     form.show();

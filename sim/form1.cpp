@@ -12,6 +12,7 @@
 #include "sim/portdialogs.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
+#include "sim/toolrouter.h"
 
 #include <QAction>
 #include <QApplication>
@@ -126,7 +127,27 @@ void PanelHooks::ekran(MachineState& st)
 
 void PanelHooks::logrow(const MachineState& st, int32_t address)
 {
-    form_.simlog().line(formatlogrow(st, address));
+    const std::string row = formatlogrow(st, address);
+    if (form_.simlog().isopen())
+        form_.simlog().line(row);
+    toolrouter().logadd(row);
+}
+
+void PanelHooks::toolrefresh(MachineState& st)
+{
+    toolrouter().toolrefresh(st);
+}
+
+void PanelHooks::ioprint(MachineState& st)
+{
+    (void)st;
+    toolrouter().ioprint();
+}
+
+void PanelHooks::devicerefresh(MachineState& st, int n, int32_t value)
+{
+    (void)st;
+    toolrouter().devicerefresh(n, value);
 }
 
 void PanelHooks::interruptbuttonschanged(MachineState& st)
@@ -194,6 +215,7 @@ Form1::Form1(QWidget* parent) : QMainWindow(parent), hooks_(std::make_unique<Pan
     ultimatetimer_->setObjectName("ultimatetimer");
     connect(ultimatetimer_, &QTimer::timeout, this, &Form1::ultimatetimer_Timer);
     setmachinehooks(hooks_.get());
+    fillmaincommands();
     Form_Load();
 }
 
@@ -227,7 +249,25 @@ void Form1::loadsettings()
 
 Form1::~Form1()
 {
+    toolrouter().maincommands = MainCommands{};
     setmachinehooks(nullptr);
+}
+
+void Form1::fillmaincommands()
+{
+    MainCommands& m = toolrouter().maincommands;
+    m.menustart = [this] { menustart_Click(); };
+    m.menustep = [this] { menustep_Click(); };
+    m.menustop = [this] { menustop_Click(false); };
+    m.menuspeed = [this](int n) { menuspeed_Click(n); };
+    m.startenabled = [this] { return menustart_->isEnabled(); };
+    m.stepenabled = [this] { return menustep_->isEnabled(); };
+    m.stopenabled = [this] { return menustop_->isEnabled(); };
+    m.interruptbutton = [this](int n) { interruptbutton_Click(n); };
+    m.clickreset = [this] { clickreset(); };
+    m.ekran = [this] { hooks_->ekran(machinestate()); };
+    m.filemenuhooks = [this] { return filemenuhooks(); };
+    m.window = [this]() -> QWidget* { return this; };
 }
 
 QLabel* Form1::label(const char* name) const
@@ -490,6 +530,40 @@ void Form1::buildmenus()
         menuspeed_[static_cast<size_t>(n)] = a;
     }
 
+    // Tools: every tool window, shown modelessly, one instance each.
+    auto* menu4 = bar->addMenu("&Tools");
+    menu4->setObjectName("menu4");
+    struct ToolItem {
+        const char* caption;
+        const char* name;
+        Qt::Key key;
+        Tool tool;
+    };
+    static constexpr ToolItem toolitems[] = {
+        {"&Memory Editor", "menueditor", Qt::Key_M, Tool::Form2},
+        {"&Disassembler", "menudisassembler", Qt::Key_D, Tool::Form9},
+        {"&Peripheral Devices", "menuperipheral", Qt::Key_P, Tool::Form5},
+        {"&I/O Ports Editor", "menuio", Qt::Key_I, Tool::Form20},
+        {"E&xternal Modules", "menuexternal", Qt::Key_X, Tool::Form21},
+        {"&Assembler", "menuassembler", Qt::Key_A, Tool::Form6},
+        {"&Breakpoints Manager", "menubreak", Qt::Key_B, Tool::Form8},
+        {"BASIC Compile&r", "menucompiler", Qt::Key_R, Tool::Form12},
+        {"Simulation Log &Viewer", "menulogviewer", Qt::Key_V, Tool::Form16},
+        {"Interactive Assembler &Editor", "menuinteractive", Qt::Key_E, Tool::Form17},
+    };
+    for (const ToolItem& t : toolitems) {
+        const Tool tool = t.tool;
+        QAction* a = menu4->addAction(t.caption, QKeySequence(Qt::CTRL | t.key), this, [this, tool] {
+            dismissentry();
+            if (tool == Tool::Form8 && machinestate().programsize == 0) {
+                confirm(this, QStringLiteral("Please load program file first."));
+                return;
+            }
+            toolrouter().show(tool);
+        });
+        a->setObjectName(t.name);
+    }
+
     // Options: the toggles of the table with the three dialogs in their places.
     auto* menu5 = bar->addMenu("&Options");
     menu5->setObjectName("menu5");
@@ -504,6 +578,7 @@ void Form1::buildmenus()
             toggleoption(ms, optiontoggles[i], checked);
             if (std::string_view(optiontoggles[i].control) == "menuffpowerondefaults")
                 clean(ms, *hooks_);
+            toolrouter().recompute(); // the refresh options decide what runs after each instruction
         });
     };
     auto dialog = [&](const char* caption, const char* name, auto fn) {
@@ -519,11 +594,15 @@ void Form1::buildmenus()
         toggle(i);
     dialog("Change Ultimate Rate Refresh Interval", "menuultimaterefresh",
            [this] { menuultimaterefresh_Click(machinestate(), this); });
+    dialog("Editor Setup", "menueditorsetup", [] { toolrouter().show(Tool::Form04); });
+    dialog("Change Color Theme", "menucolors", [] { toolrouter().show(Tool::Form15); });
 
     auto* menu6 = bar->addMenu("&Help");
     menu6->setObjectName("menu6");
     QAction* help = menu6->addAction("Help Topics", this, [this] { showhelp(this); });
     help->setObjectName("menuhelp");
+    QAction* updates = menu6->addAction("Check For Updates", this, [] { toolrouter().show(Tool::Form60); });
+    updates->setObjectName("menuupdates");
     QAction* about = menu6->addAction("About " + titletext().trimmed(), this, [this] { showabout(this); });
     about->setObjectName("menuabout");
 
@@ -532,7 +611,7 @@ void Form1::buildmenus()
     connect(menustep2_, &QAction::triggered, this, &Form1::menustep2_Click);
 
     // Opening any main menu dismisses an entry in progress.
-    for (QMenu* m : {menu1, menu2, menu3, menu5, menu6})
+    for (QMenu* m : {menu1, menu2, menu3, menu4, menu5, menu6})
         connect(m, &QMenu::aboutToShow, this, &Form1::dismissentry);
 }
 
@@ -602,6 +681,8 @@ FileMenuHooks Form1::filemenuhooks()
             m->menuAction()->setEnabled(on);
     };
     h.pumpevents = [this] { pump(1); };
+    h.memorijaprint = [] { toolrouter().memorijaprint(); };
+    h.unloadbreakpoints = [] { toolrouter().unloadbreakpoints(); };
     return h;
 }
 
@@ -906,8 +987,10 @@ void Form1::menustart_Click()
     st.starttimer = secondssincemidnight() - 0.01f;
     if (st.optlogging == "ON") {
         log_.open(st.apppath);
-        hooks_->wantlog = log_.isopen();
+        toolrouter().setlogfileopen(log_.isopen());
     }
+    if (st.Form16)
+        toolrouter().logclean();
     copytopmirror(st);
     for (size_t i = 0; i < 5; ++i) {
         if (st.moduletext[i] != "OFF" && st.moduleobject[i]) {
@@ -1079,7 +1162,7 @@ void Form1::menustop_Click(bool fromloop)
         const auto cut = message.rfind("\r\n");
         log_.close(elapsed, cut == std::string::npos ? message : message.substr(cut + 2));
     }
-    hooks_->wantlog = false;
+    toolrouter().setlogfileopen(false);
     if (st.optinlog == "ON" && st.iologwritten)
         appendiolog(st, "\r\n\r\n");
     tell(message);
@@ -1138,6 +1221,7 @@ void Form1::closeEvent(QCloseEvent* event)
         showNormal();
     savewindowposition(this, 1);
     auto& st = machinestate();
+    toolrouter().unloadall();
     for (size_t i = 0; i < 5; ++i) {
         if (st.moduletext[i] != "OFF" && st.moduleobject[i]) {
             try {

@@ -41,6 +41,9 @@ public:
     void inprompt(MachineState& st, int32_t port) override;
     int32_t intrchoice(MachineState& st) override;
     void logline(const char* text) override;
+    void toolrefresh(MachineState& st) override;
+    void ioprint(MachineState& st) override;
+    void devicerefresh(MachineState& st, int n, int32_t value) override;
 
 private:
     Form1& form_;
@@ -123,6 +126,7 @@ private:
     void Form_Load();
     void loadsettings();
     FileMenuHooks filemenuhooks();
+    void fillmaincommands();
     void buildpanel();
     void buildmenus();
     void setrunmenus(bool running);

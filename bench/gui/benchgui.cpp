@@ -1,6 +1,7 @@
 // Rate-6 benchmark of the main window: loads a program, starts it at Ultimate rate (or the rate given), stops it
 // from a timer after the given seconds, and prints the speed from the statistics message and
 // the worst delay with which the window served a timer event during the run.
+#include "app/windows.h"
 #include "core/machine.h"
 #include "sim/form1.h"
 #include "sim/machinestate.h"
@@ -28,6 +29,7 @@ int main(int argc, char** argv)
     st.apppath = "/tmp/";
     st.optlogging = "OFF";
     st.opthalt = "ON";
+    kelvane::registerwindows();
 
     kelvane::Form1 form;
     form.show();

@@ -1,4 +1,4 @@
-// The test program of the shell services: a real QApplication (offscreen unless told otherwise)
+// The main of every window test program: a real QApplication (offscreen unless told otherwise)
 // with settings, data and runtime folders in a temporary folder, never the user's own.
 #include <QApplication>
 #include <QSettings>

@@ -1,0 +1,156 @@
+// The one place that knows which tool windows are open: their window-open flags in the machine
+// state, the factories that make them, and the routes of the machine's redraw calls
+// (memorijaprint, ioprint, drawlines, logadd, devices, settheme) to the open ones.
+//
+// Interface for a tool window (every window of tools/, modules/, assembler/ui/, ...):
+//   class Form2 : public QWidget, public ToolWindow { ... override the calls it answers ... };
+//   at load:    toolrouter().opened(Tool::Form2, this, this);
+//   at unload:  toolrouter().closed(Tool::Form2);      (the window deletes itself on close)
+//   app/windows.cpp registers one factory per window:
+//      r.setfactory(Tool::Form2, [] { return new Form2; });
+// Form1 shows a window by toolrouter().show(Tool::Form2), unloads them all at its own unload by
+// unloadall(), and fills maincommands so that tool windows and the automation reach its commands
+// without including its header.
+#pragma once
+#include "core/hooks.h"
+#include "core/machine.h"
+#include "sim/programfiles_ui.h"
+
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace kelvane {
+
+// The windows the router can show. The tool windows with a window-open flag carry their form
+// number; the shell's windows without a flag come after them.
+enum class Tool : int {
+    Form2 = 2,   // Memory Editor
+    Form5 = 5,   // Peripheral Devices
+    Form6 = 6,   // Assembler
+    Form8 = 8,   // Breakpoints Manager
+    Form9 = 9,   // Disassembler
+    Form12 = 12, // BASIC Compiler
+    Form16 = 16, // Simulation Log Viewer
+    Form17 = 17, // Interactive Assembler Editor
+    Form20 = 20, // I/O Ports Editor
+    Form21 = 21, // External Modules
+    Form04 = 104, // Editor Setup
+    Form15 = 15,  // Change Color Theme
+    Form60 = 60,  // Check For Updates
+};
+
+// The tool windows with an open flag, in the order Form1's unload closes them.
+inline constexpr std::array<Tool, 10> flaggedtools = {Tool::Form2,  Tool::Form5,  Tool::Form6,  Tool::Form8,
+                                                      Tool::Form9,  Tool::Form12, Tool::Form16, Tool::Form17,
+                                                      Tool::Form20, Tool::Form21};
+
+// What an open window answers. Each window overrides the calls that concern it.
+class ToolWindow {
+public:
+    virtual ~ToolWindow() = default;
+    // Memory Editor: redraw the grid (may be deferred to the next paint).
+    virtual void memorijaprint() {}
+    // I/O Ports Editor: redraw the grid.
+    virtual void ioprint() {}
+    // Breakpoints Manager: the listing's lines and markers.
+    virtual void drawlines() {}
+    // Simulation Log Viewer: one finished log row; the viewer's emptying at Start.
+    virtual void logadd(std::string_view row) { (void)row; }
+    virtual void logclean() {}
+    // Simulation Log Viewer: true while it takes rows (open, no file shown, room left).
+    virtual bool takesrows() const { return false; }
+    // Peripheral Devices: device n (1-4) took `value`, or 5: the terminal took a character.
+    virtual void devicerefresh(int n, int32_t value)
+    {
+        (void)n;
+        (void)value;
+    }
+    // Colours of the current theme.
+    virtual void settheme() {}
+    // A file handed to the window (from the command line or another start): true if taken.
+    virtual bool openfile(const QString& path)
+    {
+        (void)path;
+        return false;
+    }
+};
+
+// Form1's commands, filled by Form1 when it stands. Empty functions mean no main window.
+struct MainCommands {
+    std::function<void()> menustart, menustep, menustop;
+    std::function<void(int)> menuspeed;          // menuspeedN_Click
+    std::function<bool()> startenabled, stepenabled, stopenabled;
+    std::function<void(int)> interruptbutton;    // Command2_Click .. Command6_Click (2-6)
+    std::function<void()> clickreset;            // the RESET button as a click
+    std::function<void()> ekran;                 // the panel redrawn from the state
+    std::function<FileMenuHooks()> filemenuhooks; // what a program load needs (qstaza, clean, menus)
+    std::function<QWidget*()> window;            // Form1 itself (parent of dialogs)
+};
+
+class ToolRouter {
+public:
+    using Factory = std::function<QWidget*()>;
+
+    void setfactory(Tool t, Factory f);
+    bool hasfactory(Tool t) const;
+    // Shows the window modelessly: made by its factory when not open, otherwise raised and
+    // activated. Returns the window, or nullptr when none is registered.
+    QWidget* show(Tool t);
+    // The open window, or nullptr.
+    QWidget* window(Tool t) const;
+    ToolWindow* tool(Tool t) const;
+
+    // Called by a window at its load and its unload: sets and clears the window-open flag,
+    // keeps the window and recomputes what the machine calls after each instruction.
+    void opened(Tool t, QWidget* w, ToolWindow* calls);
+    void closed(Tool t);
+    // Form1's unload: closes the open tool windows in the order of flaggedtools, then the rest.
+    void unloadall();
+
+    // Recomputes toolsopen and wantlog of the machine's hooks (a window opened or closed, a
+    // refresh option toggled, the log file opened or closed, the viewer's room changed).
+    void recompute();
+    void setlogfileopen(bool open);
+    bool logfileopen() const { return logfileopen_; }
+
+    // The machine's calls, routed to the open windows under their options.
+    void toolrefresh(MachineState& st); // after each instruction: drawlines, memorijaprint, ioprint
+    void memorijaprint();               // when Form2 is open
+    void ioprint();                     // when Form20 is open
+    void drawlines();                   // when Form8 is open
+    void logadd(std::string_view row);  // when the viewer takes rows
+    void logclean();                    // when Form16 is open
+    void devicerefresh(int n, int32_t value); // when Form5 is open
+    void settheme();                    // Form1 (themehook) and every open window
+    void unloadbreakpoints();           // closes Form8 when open
+
+    // Form1's own settheme, set by Form1.
+    std::function<void()> themehook;
+    // kreirajobjekte and the modules' side of start and unload, set by the module host.
+    std::function<void()> kreirajobjekte;
+    MainCommands maincommands;
+
+private:
+    struct Slot {
+        Factory factory;
+        QPointer<QWidget> window;
+        ToolWindow* calls = nullptr;
+    };
+    Slot& slot(Tool t);
+    const Slot& slot(Tool t) const;
+    static bool* openflag(MachineState& st, Tool t);
+
+    std::array<Slot, 13> slots_{};
+    bool logfileopen_ = false;
+    bool refreshmemory_ = false, refreshbreakpoints_ = false;
+};
+
+ToolRouter& toolrouter();
+
+} // namespace kelvane
