@@ -7,7 +7,8 @@ pkgs=(build-essential cmake ninja-build pkg-config
       libgtest-dev googletest
       dbus dbus-x11 xvfb xauth
       clang libclang-rt-dev
-      srecord d52 python3)
+      srecord d52 python3
+      poppler-utils)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
