@@ -16,8 +16,10 @@ public:
 
     void logrow(const MachineState& st, int32_t address) override
     {
-        out_ += formatlogrow(st, address);
-        out_ += '\n';
+        char row[logrowmax + 1];
+        char* end = putlogrow(row, st, address);
+        *end++ = '\n';
+        out_.append(row, end);
         maybeflush();
     }
     void logline(const char* text) override

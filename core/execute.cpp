@@ -4,6 +4,7 @@
 
 #include <array>
 #include <bit>
+#include <charconv>
 #include <cstddef>
 #include <cstring>
 
@@ -750,27 +751,44 @@ uint32_t runsteps(MachineState& st, MachineHooks& hooks, uint32_t maxsteps)
 
 std::string formatlogrow(const MachineState& st, int32_t address)
 {
-    std::string row = std::to_string(st.instructioncount);
-    if (row.size() < 7)
-        row.append(7 - row.size(), ' ');
-    char buf[8];
-    row.append(buf, puthexword(buf, address));
-    row += "  ";
-    std::string text = st.lastinstruction.str();
-    if (text.size() < 16)
-        text.append(16 - text.size(), ' ');
-    row += text;
-    row.append(buf, puthexbyte(buf, st.a));
-    row += ' ';
-    for (int32_t fl : {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy})
-        row += std::to_string(fl);
-    row += "  ";
-    for (int32_t r : {st.b, st.c, st.d, st.e, st.h, st.l}) {
-        row.append(buf, puthexbyte(buf, r));
-        row += ' ';
+    char buf[logrowmax];
+    return std::string(buf, putlogrow(buf, st, address));
+}
+
+// Widest row: an 11-character count, the text at InstrText::fieldmax and eight flags of 11 digits.
+static_assert(logrowmax >= 11 + 4 + 2 + InstrText::fieldmax + 2 + 1 + 8 * 11 + 2 + 6 * 3 + 4);
+
+char* putlogrow(char* out, const MachineState& st, int32_t address)
+{
+    // The count, left-aligned and filled with blanks to seven.
+    std::memset(out, ' ', 8);
+    char* p = std::to_chars(out, out + 11, st.instructioncount).ptr;
+    if (p < out + 7)
+        p = out + 7;
+    p = puthexword(p, address);
+    *p++ = ' ';
+    *p++ = ' ';
+    p = st.lastinstruction.putfield(p);
+    p = puthexbyte(p, st.a);
+    *p++ = ' ';
+    const int32_t flags[8] = {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy};
+    uint32_t any = 0;
+    for (int32_t fl : flags)
+        any |= static_cast<uint32_t>(fl);
+    if ((any & ~1u) == 0) {
+        for (int32_t fl : flags)
+            *p++ = static_cast<char>('0' + fl);
+    } else {
+        for (int32_t fl : flags)
+            p = std::to_chars(p, p + 11, fl).ptr;
     }
-    row.append(buf, puthexword(buf, st.sp));
-    return row;
+    *p++ = ' ';
+    *p++ = ' ';
+    for (int32_t r : {st.b, st.c, st.d, st.e, st.h, st.l}) {
+        p = puthexbyte(p, r);
+        *p++ = ' ';
+    }
+    return puthexword(p, st.sp);
 }
 
 } // namespace kelvane

@@ -4,6 +4,7 @@
 #include "core/hooks.h"
 #include "core/machine.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -41,6 +42,10 @@ inline void setnextinstruction(MachineState& st)
 // The log row of the instruction (or accepted interrupt) at `address`, 64 characters for
 // counts below 10,000,000 (the count field has no padding from there on).
 std::string formatlogrow(const MachineState& st, int32_t address);
+// The same row written into `out`, which has room for logrowmax characters, without allocating;
+// returns the end (no line end is written).
+inline constexpr size_t logrowmax = 192;
+char* putlogrow(char* out, const MachineState& st, int32_t address);
 
 // Cycles as microseconds text at clockmhz: "2.50 µs".
 std::string cycletime(int32_t cycles, float clockmhz);

@@ -3,6 +3,7 @@
 #include "core/hexutil.h"
 
 #include <array>
+#include <cstring>
 
 namespace kelvane {
 
@@ -13,6 +14,8 @@ enum class Operand : uint8_t { none, byte, word };
 struct OpText {
     const char* text; // whole text, or the prefix before the operand
     Operand operand;
+    uint8_t length;  // of text
+    char field[16];  // text filled with blanks to 16: the log row's field, operand still to come
 };
 
 constexpr const char* regname[8] = {"B", "C", "D", "E", "H", "L", "M", "A"};
@@ -24,7 +27,10 @@ std::array<OpText, 256> buildtable()
     std::array<OpText, 256> t{};
     auto set = [&](int op, std::string s, Operand o) {
         storage[op] = std::move(s);
-        t[op] = {storage[op].c_str(), o};
+        // The longest text with its operand, "LXI SP,0FFFFH", fits the field of 16.
+        t[op] = {storage[op].c_str(), o, static_cast<uint8_t>(storage[op].size()), {}};
+        std::memset(t[op].field, ' ', sizeof t[op].field);
+        std::memcpy(t[op].field, storage[op].data(), storage[op].size());
     };
     for (int op = 0; op < 256; ++op)
         set(op, "UNRECOGNIZED", Operand::none);
@@ -90,21 +96,37 @@ const std::array<OpText, 256>& table()
     return t;
 }
 
-std::string compose(int32_t opcode, int32_t byte1, int32_t byte2, bool czhexword)
+// The operand in the assembler's form ("0FFH", "1234H"), or through hexword for the executed CZ.
+char* putoperand(char* p, Operand o, int32_t byte1, int32_t byte2, bool plainword)
+{
+    if (o == Operand::byte) {
+        if (((byte1 >> 4) & 15) > 9)
+            *p++ = '0';
+        p = puthexbyte(p, byte1);
+    } else {
+        const auto w = static_cast<int32_t>((static_cast<uint32_t>(byte2) * 256u + static_cast<uint32_t>(byte1)) & 0xFFFFu);
+        if (!plainword && (w >> 12) > 9)
+            *p++ = '0';
+        p = puthexword(p, w);
+    }
+    *p++ = 'H';
+    return p;
+}
+
+char* puttext(char* out, int32_t opcode, int32_t byte1, int32_t byte2, bool czhexword)
 {
     const int op = opcode & 0xFF;
-    const OpText& t = table()[op];
-    switch (t.operand) {
-    case Operand::none:
-        return t.text;
-    case Operand::byte:
-        return std::string(t.text) + asmhexbyte(byte1) + "H";
-    case Operand::word: {
-        const int32_t w = static_cast<int32_t>(static_cast<uint32_t>(byte2) * 256u + static_cast<uint32_t>(byte1));
-        return std::string(t.text) + (czhexword && op == 0xCC ? hexword(w) : asmhexword(w)) + "H";
-    }
-    }
-    return t.text;
+    const OpText& t = table()[static_cast<size_t>(op)];
+    std::memcpy(out, t.text, t.length);
+    if (t.operand == Operand::none)
+        return out + t.length;
+    return putoperand(out + t.length, t.operand, byte1, byte2, czhexword && op == 0xCC);
+}
+
+std::string compose(int32_t opcode, int32_t byte1, int32_t byte2, bool czhexword)
+{
+    char buf[InstrText::fieldmax];
+    return std::string(buf, puttext(buf, opcode, byte1, byte2, czhexword));
 }
 
 } // namespace
@@ -130,6 +152,26 @@ std::string InstrText::str() const
         return instructiontext(op_, b1_, b2_);
     }
     return {};
+}
+
+char* InstrText::putfield(char* out) const
+{
+    if (kind_ == Kind::word) {
+        size_t n = 0;
+        while (n < fieldmax && word_[n] != '\0')
+            ++n;
+        std::memcpy(out, word_, n);
+        if (n >= 16)
+            return out + n;
+        std::memset(out + n, ' ', 16 - n);
+        return out + 16;
+    }
+    const int op = op_ & 0xFF;
+    const OpText& t = table()[static_cast<size_t>(op)];
+    std::memcpy(out, t.field, sizeof t.field);
+    if (t.operand != Operand::none)
+        putoperand(out + t.length, t.operand, b1_, b2_, kind_ == Kind::executed && op == 0xCC);
+    return out + 16;
 }
 
 } // namespace kelvane

@@ -1,6 +1,7 @@
 // Instruction texts: `instructiontext` of three bytes, and InstrText, the form in which the
 // machine keeps `lastinstruction` and `nextinstruction`: the bytes read, turned into words on demand.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -50,6 +51,10 @@ public:
     }
 
     std::string str() const;
+    // The text left-aligned in a field of 16 characters filled with blanks, written into `out`
+    // without allocating; returns the end. A word longer than 16 runs on (cut at fieldmax).
+    static constexpr size_t fieldmax = 32;
+    char* putfield(char* out) const;
     bool empty() const { return kind_ == Kind::word && word_[0] == '\0'; }
     // True when the text is that of an executed opcode (HLT is 0x76).
     bool isexecuted(int32_t opcode) const { return kind_ == Kind::executed && (op_ & 0xFF) == opcode; }
