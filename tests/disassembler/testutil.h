@@ -1,5 +1,5 @@
-// Helpers of the disassembler tests: a private working folder per test and a one-call run
-// that returns the result text.
+// Helpers of the disassembler tests: a private working folder per test, a one-call run that
+// returns the result text, and random program images.
 #pragma once
 #include "disassembler/disassembler.h"
 
@@ -17,18 +17,13 @@ public:
     WorkFolder()
     {
         static std::mt19937_64 rng{std::random_device{}()};
-        auto base = std::filesystem::temp_directory_path();
-        for (;;) {
-            path_ = base / ("kelvane-dis-test-" + std::to_string(rng()));
-            if (std::filesystem::create_directory(path_))
-                break;
-        }
+        do
+            path_ = std::filesystem::temp_directory_path() / ("kelvane-dis-test-" + std::to_string(rng()));
+        while (!std::filesystem::create_directory(path_));
     }
     ~WorkFolder()
     {
         std::error_code ec;
-        std::filesystem::permissions(path_, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ec);
         std::filesystem::remove_all(path_, ec);
     }
     WorkFolder(const WorkFolder&) = delete;
@@ -48,25 +43,48 @@ private:
     std::filesystem::path path_;
 };
 
-// Disassembles bytes in a fresh engine working in folder and returns the result text.
+// Disassembles bytes with engine d (a fresh one when none is given) and returns the result text.
 inline std::string disassemblebytes(const std::vector<uint8_t>& bytes, bool sourceform,
-                                    const std::filesystem::path& folder)
+                                    const std::filesystem::path& folder, Disassembler* d = nullptr)
 {
-    Disassembler d;
-    d.workfolder = folder;
-    d.loadimage(bytes.data(), bytes.size());
-    EXPECT_TRUE(d.disassemble(true, sourceform)) << d.dasmerror;
+    Disassembler fresh;
+    Disassembler& e = d ? *d : fresh;
+    e.workfolder = folder;
+    e.loadimage(bytes.data(), bytes.size());
+    EXPECT_TRUE(e.disassemble(true, sourceform)) << e.dasmerror;
     std::string text;
-    EXPECT_TRUE(d.takeresult(text));
+    EXPECT_TRUE(e.takeresult(text));
     return text;
 }
 
-inline std::string joinrows(const std::vector<std::string>& rows)
+// Sizes from a few bytes to a whole 64K.
+inline size_t randomsize(std::mt19937& rng)
 {
-    std::string s;
-    for (const auto& r : rows)
-        s += r + "\n";
-    return s;
+    static const uint32_t limits[] = {8, 300, 4000, 65536};
+    const uint32_t limit = limits[rng() % 4];
+    return 1 + rng() % limit;
+}
+
+// Random bytes; jump-heavy images are thick with jumps and calls whose targets fall in or just
+// behind the program, so that labels land on rows, inside instructions and past the end.
+inline std::vector<uint8_t> randomimage(std::mt19937& rng, size_t size, bool jumpheavy)
+{
+    static const uint8_t jumps[] = {0xC3, 0xC2, 0xCA, 0xD2, 0xDA, 0xE2, 0xEA, 0xF2, 0xFA,
+                                    0xCD, 0xC4, 0xCC, 0xD4, 0xDC, 0xE4, 0xEC, 0xF4, 0xFC};
+    std::vector<uint8_t> img(size);
+    for (auto& b : img)
+        b = static_cast<uint8_t>(rng());
+    for (size_t a = 0; jumpheavy && a < size; ++a) {
+        if (rng() % 3 != 0)
+            continue;
+        img[a] = jumps[rng() % std::size(jumps)];
+        const uint32_t target = static_cast<uint32_t>(rng() % (size + 4));
+        if (a + 1 < size)
+            img[a + 1] = static_cast<uint8_t>(target & 0xFF);
+        if (a + 2 < size)
+            img[a + 2] = static_cast<uint8_t>(target >> 8);
+    }
+    return img;
 }
 
 } // namespace kelvane::test
