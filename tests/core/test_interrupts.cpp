@@ -72,35 +72,6 @@ TEST(Interrupts, SimMasksAndRim)
     EXPECT_EQ(m.st.a, 0x80 + 0x03);
 }
 
-TEST(Interrupts, TrapDuringHaltReturnsToHalt)
-{
-    Machine m({0x76});
-    m.st.opthalt = "OFF";
-    m.st.sp = 0x8000;
-    m.st.mem[0x24] = 0xC9; // RET
-    m.st.simrate = 3;
-    m.step();
-    interruptclick(m.st, m.hooks, 2);
-    m.step(); // HLT again; then TRAP served with pc on the HLT
-    EXPECT_EQ(m.st.pc, 0x24);
-    m.step(); // RET
-    EXPECT_EQ(m.st.pc, 0);
-    EXPECT_EQ(m.last(), "RET");
-}
-
-TEST(Interrupts, IntrVectorFromDialog)
-{
-    Machine m({0xFB});
-    m.st.simrate = 1;
-    m.st.sp = 0x8000;
-    m.step();
-    m.hooks.intranswer = 3;
-    interruptclick(m.st, m.hooks, 6);
-    EXPECT_EQ(m.st.pc, 0x0010);
-    EXPECT_EQ(m.st.cyclecount, 4 + 13);
-    EXPECT_EQ(m.last(), "INTR");
-}
-
 TEST(Interrupts, ResetRestartsFromStartAddress)
 {
     Machine m({0x3C, 0x3C, 0x3C}, 0, false);
