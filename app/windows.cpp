@@ -1,6 +1,7 @@
 #include "app/windows.h"
 
 #include "sim/toolrouter.h"
+#include "tools/form5.h"
 
 // One include and one factory line per window library.
 
@@ -9,6 +10,7 @@ namespace kelvane {
 void registerwindows()
 {
     [[maybe_unused]] ToolRouter& r = toolrouter();
+    r.setfactory(Tool::Form5, [] { return new Form5; });
 }
 
 } // namespace kelvane

@@ -1,0 +1,579 @@
+#include "tools/form5.h"
+
+#include "core/hexutil.h"
+#include "shell/messages.h"
+#include "sim/machinestate.h"
+#include "sim/portdialogs.h"
+#include "sim/settings.h"
+#include "tools/form5lamp.h"
+#include "tools/form5terminal.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QFrame>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QStyle>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+namespace kelvane {
+
+namespace {
+
+// The board: a green circuit board with white print, the devices' values on small red displays.
+const char* boardstyle = R"(
+QWidget#Form5 { background: #174330; }
+QLabel[role="caption"] { color: #f2f6ec; font-weight: bold; font-size: 10pt; }
+QLabel[role="port"] { color: #dbe8d8; font-weight: bold; }
+QLabel[role="port"]:disabled { color: #86a592; }
+QGroupBox[role="device"] { color: #eef4e8; font-weight: bold; border: 1px solid #86b996; border-radius: 6px;
+                           margin-top: 8px; padding: 8px 6px 2px 6px; background: #12382a; }
+QGroupBox[role="device"]:disabled { color: #7f9d8b; border-color: #3e6a52; background: #153b2b; }
+QGroupBox[role="device"]::title { subcontrol-origin: margin; left: 10px; padding: 0 4px; }
+QRadioButton[role="direction"] { color: #eef4e8; }
+QRadioButton[role="direction"]:disabled { color: #6f8f7c; }
+QRadioButton[role="direction"]:focus { color: #ffd34d; }
+QLabel[role="value"] { background: #080a09; color: #ff5a3c; border: 2px solid #040504; border-radius: 3px;
+                       font-family: "DejaVu Sans Mono"; font-size: 13pt; font-weight: bold; padding: 2px 6px; }
+QLabel[role="value"]:disabled { color: #5c2a21; }
+QLabel[role="value"]:focus { border-color: #ffd34d; }
+QPushButton[role="toggle"] { min-width: 50px; min-height: 24px; border-radius: 4px; font-weight: bold;
+                             border: 1px solid #07150e; color: #c4cec7;
+                             background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #3a433d, stop:1 #222825); }
+QPushButton[role="toggle"][on="true"] { color: #ffffff;
+                             background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #3fbf64, stop:1 #23803f); }
+QPushButton[role="toggle"]:focus { border: 1px solid #ffd34d; }
+QPushButton[role="clear"] { min-width: 60px; min-height: 22px; border-radius: 4px; color: #eef4e8;
+                            border: 1px solid #07150e; background: #2d4b3b; }
+QPushButton[role="clear"]:disabled { color: #6f8f7c; background: #1f3a2c; }
+QPushButton[role="clear"]:focus { border: 1px solid #ffd34d; }
+QFrame[role="bezel"] { background: #06100a; border: 3px solid #0b1f15; border-radius: 5px; }
+QFrame[role="bezel"] QScrollBar:vertical { background: #0b1a11; width: 12px; margin: 0; border: none; }
+QFrame[role="bezel"] QScrollBar::handle:vertical { background: #2f6b45; min-height: 24px; border-radius: 4px;
+                                                  margin: 2px; }
+QFrame[role="bezel"] QScrollBar::handle:vertical:disabled { background: #1a3325; }
+QFrame[role="bezel"] QScrollBar::add-line:vertical, QFrame[role="bezel"] QScrollBar::sub-line:vertical { height: 0; }
+QFrame[role="bezel"] QScrollBar::add-page:vertical, QFrame[role="bezel"] QScrollBar::sub-page:vertical { background: none; }
+QCheckBox[role="board"] { color: #eef4e8; }
+QCheckBox[role="board"]:focus { color: #ffd34d; }
+)";
+
+const QColor printcolour(0xee, 0xf4, 0xe8);
+
+// Label1 - Label4: the value text, which an input device's user clicks (or, with the focus on
+// it, presses Space or Enter) to type a new value.
+class ValueLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+    std::function<void()> clicked;
+
+protected:
+    void mouseReleaseEvent(QMouseEvent* event) override
+    {
+        if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()) && clicked)
+            clicked();
+    }
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const int k = event->key();
+        if ((k == Qt::Key_Space || k == Qt::Key_Return || k == Qt::Key_Enter) && !event->isAutoRepeat() && clicked)
+            clicked();
+        else
+            QLabel::keyPressEvent(event);
+    }
+};
+
+std::string devicekey(int n, const char* rest)
+{
+    return "Device " + std::to_string(n) + rest;
+}
+
+bool readonoff(const std::string& name)
+{
+    return regread(name, "OFF") == "ON";
+}
+
+// A port number from the settings: its leading number; one outside 0-255 counts as port 0.
+int32_t readport(const std::string& name)
+{
+    const int32_t p = leadingint(regread(name, "0"));
+    return p >= 0 && p <= 255 ? p : 0;
+}
+
+QString porttext(int32_t port)
+{
+    return QStringLiteral("I/O port ") + QString::fromStdString(hexbyte(port)) + QLatin1Char('H');
+}
+
+void settoggle(QPushButton* b, bool on)
+{
+    b->setText(on ? QStringLiteral("ON") : QStringLiteral("OFF"));
+    b->setProperty("on", on);
+    b->style()->unpolish(b);
+    b->style()->polish(b);
+}
+
+} // namespace
+
+int32_t askport(QWidget* parent)
+{
+    bool ok = false;
+    const QString answer =
+        QInputDialog::getText(parent, titletext(), QStringLiteral("Enter I/O port number for this device [00-FF]."),
+                              QLineEdit::Normal, QString(), &ok);
+    // A cancelled box answers with an empty text; both give -1 and nothing is said.
+    if (!ok || answer.isEmpty())
+        return -1;
+    const int32_t port = entryvalue(answer);
+    if (port == -1)
+        confirm(parent, QStringLiteral("Wrong entry."));
+    return port;
+}
+
+Form5::Form5(QWidget* parent) : QWidget(parent)
+{
+    setObjectName(QStringLiteral("Form5"));
+    setWindowTitle(QStringLiteral("Peripheral Devices"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setStyleSheet(boardstyle);
+    painttimer_ = new QTimer(this);
+    painttimer_->setSingleShot(true);
+    connect(painttimer_, &QTimer::timeout, this, &Form5::flush);
+    build();
+    adjustSize();
+    placewindow(this, 5);
+    toolrouter().opened(Tool::Form5, this, this);
+    loaddevices();
+}
+
+Form5::~Form5()
+{
+    if (toolrouter().window(Tool::Form5) == this)
+        toolrouter().closed(Tool::Form5);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Construction
+
+void Form5::build()
+{
+    auto* grid = new QGridLayout(this);
+    grid->setContentsMargins(12, 10, 12, 10);
+    grid->setHorizontalSpacing(16);
+    grid->setVerticalSpacing(6);
+    auto* column = new QVBoxLayout;
+    column->setSpacing(4);
+    for (int n = 1; n <= 4; ++n)
+        column->addWidget(builddevice(n));
+    column->addStretch(1);
+    grid->addLayout(column, 0, 0);
+    grid->addWidget(buildterminal(), 0, 1);
+    grid->setColumnStretch(1, 1);
+
+    check1_ = new QCheckBox(QStringLiteral("Always On Top"), this);
+    check1_->setObjectName(QStringLiteral("Check1"));
+    check1_->setProperty("role", "board");
+    grid->addWidget(check1_, 1, 0, 1, 2);
+    connectalwaysontop(5, this, check1_);
+}
+
+QWidget* Form5::builddevice(int n)
+{
+    Device& d = devices_[idx(n)];
+    const QString num = QString::number(n);
+    auto* row = new QWidget(this);
+    auto* h = new QHBoxLayout(row);
+    h->setContentsMargins(0, 0, 0, 0);
+    h->setSpacing(10);
+
+    auto* side = new QVBoxLayout;
+    side->setSpacing(4);
+    side->addStretch(1);
+    d.caption = new QLabel(QStringLiteral("Device ") + num, row);
+    d.caption->setObjectName(QStringLiteral("Label") + QString::number(n + 4));
+    d.caption->setProperty("role", "caption");
+    d.command = new QPushButton(QStringLiteral("OFF"), row);
+    d.command->setObjectName(QStringLiteral("Command") + num);
+    d.command->setProperty("role", "toggle");
+    d.command->setProperty("on", false);
+    d.command->setAccessibleName(QStringLiteral("Device ") + num + QStringLiteral(" power"));
+    connect(d.command, &QPushButton::clicked, this, [this, n] { commandclick(n); });
+    side->addWidget(d.caption, 0, Qt::AlignHCenter);
+    side->addWidget(d.command, 0, Qt::AlignHCenter);
+    side->addStretch(1);
+    h->addLayout(side);
+
+    d.frame = new QGroupBox(QStringLiteral("I/O port"), row);
+    d.frame->setObjectName(QStringLiteral("Frame") + num);
+    d.frame->setProperty("role", "device");
+    d.frame->setEnabled(false);
+    auto* fh = new QHBoxLayout(d.frame);
+    fh->setContentsMargins(8, 4, 8, 2);
+    fh->setSpacing(0);
+    auto* options = new QVBoxLayout;
+    options->setSpacing(2);
+    d.optionin = new QRadioButton(QStringLiteral("In"), d.frame);
+    d.optionin->setObjectName(QStringLiteral("Option") + num + QStringLiteral("in"));
+    d.optionout = new QRadioButton(QStringLiteral("Out"), d.frame);
+    d.optionout->setObjectName(QStringLiteral("Option") + num + QStringLiteral("out"));
+    for (QRadioButton* o : {d.optionin, d.optionout}) {
+        // The window keeps the pair exclusive itself, so that Tab reaches each of the two.
+        o->setAutoExclusive(false);
+        o->setProperty("role", "direction");
+        options->addWidget(o);
+    }
+    d.optionout->setChecked(true);
+    connect(d.optionin, &QRadioButton::clicked, this, [this, n] { optioninclick(n); });
+    connect(d.optionout, &QRadioButton::clicked, this, [this, n] { optionoutclick(n); });
+    fh->addLayout(options);
+    fh->addSpacing(10);
+    for (int b = 7; b >= 0; --b) {
+        auto* lamp = new Lamp(b, d.frame);
+        lamp->setObjectName(QStringLiteral("dev%1bit%2").arg(n).arg(b));
+        lamp->setlabelcolour(printcolour);
+        connect(lamp, &Lamp::pressed, this, [this, n, b] { lamppress(n, b); });
+        d.lamps[static_cast<size_t>(b)] = lamp;
+        fh->addWidget(lamp);
+    }
+    fh->addSpacing(10);
+    auto* value = new ValueLabel(QStringLiteral("00H"), d.frame);
+    value->setObjectName(QStringLiteral("Label") + num);
+    value->setProperty("role", "value");
+    value->setFocusPolicy(Qt::StrongFocus);
+    value->setAlignment(Qt::AlignCenter);
+    value->setMinimumWidth(value->fontMetrics().horizontalAdvance(QStringLiteral("FFH")) + 24);
+    value->clicked = [this, n] { labelclick(n); };
+    d.value = value;
+    fh->addWidget(value, 0, Qt::AlignVCenter);
+    h->addWidget(d.frame, 1);
+    return row;
+}
+
+QWidget* Form5::buildterminal()
+{
+    auto* box = new QWidget(this);
+    auto* v = new QVBoxLayout(box);
+    v->setContentsMargins(0, 0, 0, 0);
+    v->setSpacing(6);
+    auto* top = new QHBoxLayout;
+    top->setSpacing(10);
+    label9_ = new QLabel(QStringLiteral("Output Terminal"), box);
+    label9_->setObjectName(QStringLiteral("Label9"));
+    label9_->setProperty("role", "caption");
+    command5_ = new QPushButton(QStringLiteral("OFF"), box);
+    command5_->setObjectName(QStringLiteral("Command5"));
+    command5_->setProperty("role", "toggle");
+    command5_->setProperty("on", false);
+    command5_->setAccessibleName(QStringLiteral("Terminal power"));
+    connect(command5_, &QPushButton::clicked, this, [this] { commandclick(5); });
+    label10_ = new QLabel(QStringLiteral("I/O port"), box);
+    label10_->setObjectName(QStringLiteral("Label10"));
+    label10_->setProperty("role", "port");
+    command6_ = new QPushButton(QStringLiteral("Clear"), box);
+    command6_->setObjectName(QStringLiteral("Command6"));
+    command6_->setProperty("role", "clear");
+    command6_->setEnabled(false);
+    connect(command6_, &QPushButton::clicked, this, &Form5::command6click);
+    top->addWidget(label9_);
+    top->addWidget(command5_);
+    top->addWidget(label10_);
+    top->addStretch(1);
+    top->addWidget(command6_);
+    v->addLayout(top);
+
+    auto* bezel = new QFrame(box);
+    bezel->setProperty("role", "bezel");
+    auto* bv = new QVBoxLayout(bezel);
+    bv->setContentsMargins(4, 4, 2, 4);
+    terminal_ = new TerminalPane(bezel);
+    terminal_->setObjectName(QStringLiteral("RichTextBox1"));
+    terminal_->setEnabled(false);
+    terminal_->settext(&machinestate().termtext);
+    const QSize cell = terminal_->cellsize();
+    terminal_->setMinimumSize(cell.width() * 48, cell.height() * 12);
+    bv->addWidget(terminal_);
+    v->addWidget(bezel, 1);
+    return box;
+}
+
+QPushButton* Form5::command(int n) const
+{
+    return n == 5 ? command5_ : devices_[idx(n)].command;
+}
+
+QLabel* Form5::label(int n) const
+{
+    if (n >= 1 && n <= 4)
+        return devices_[idx(n)].value;
+    if (n >= 5 && n <= 8)
+        return devices_[idx(n - 4)].caption;
+    return n == 9 ? label9_ : label10_;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Load and unload
+
+void Form5::loaddevices()
+{
+    MachineState& st = machinestate();
+    for (int n = 1; n <= 4; ++n) {
+        const auto i = static_cast<size_t>(n);
+        st.devenabled[i] = readonoff(devicekey(n, ""));
+        st.devinput[i] = readonoff(devicekey(n, " Input"));
+        st.devport[i] = readport(devicekey(n, " Port Number"));
+    }
+    st.termenabled = readonoff("Device 5");
+    st.termport = readport("Device 5 Port Number");
+
+    for (int n = 1; n <= 4; ++n) {
+        const auto i = static_cast<size_t>(n);
+        showdevice(n);
+        if (!st.devenabled[i]) {
+            showdevicevalue(n);
+            continue;
+        }
+        if (st.devinput[i])
+            st.devvalue[i] = st.ports[static_cast<size_t>(st.devport[i])];
+        refresh(n);
+    }
+    showterminalstate();
+    terminal_->restart();
+    refresh5();
+}
+
+void Form5::savedevices()
+{
+    const MachineState& st = machinestate();
+    auto onoff = [](bool b) { return std::string(b ? "ON" : "OFF"); };
+    for (int n = 1; n <= 4; ++n)
+        regwrite(devicekey(n, ""), onoff(st.devenabled[static_cast<size_t>(n)]));
+    for (int n = 1; n <= 4; ++n)
+        regwrite(devicekey(n, " Input"), onoff(st.devinput[static_cast<size_t>(n)]));
+    for (int n = 1; n <= 4; ++n)
+        regwrite(devicekey(n, " Port Number"), st.devport[static_cast<size_t>(n)]);
+    regwrite("Device 5", onoff(st.termenabled));
+    regwrite("Device 5 Port Number", st.termport);
+}
+
+void Form5::closeEvent(QCloseEvent* event)
+{
+    if (isMinimized() || isMaximized())
+        showNormal();
+    savewindowposition(this, 5);
+    savedevices();
+    painttimer_->stop();
+    toolrouter().closed(Tool::Form5);
+    event->accept();
+}
+
+// ---------------------------------------------------------------------------------------------
+// What the controls show
+
+void Form5::showdevice(int n)
+{
+    const MachineState& st = machinestate();
+    const auto i = static_cast<size_t>(n);
+    const Device& d = devices_[idx(n)];
+    const bool on = st.devenabled[i];
+    d.frame->setEnabled(on);
+    d.frame->setTitle(on ? porttext(st.devport[i]) : QStringLiteral("I/O port"));
+    settoggle(d.command, on);
+    d.optionin->setChecked(st.devinput[i]);
+    d.optionout->setChecked(!st.devinput[i]);
+}
+
+void Form5::showterminalstate()
+{
+    const MachineState& st = machinestate();
+    terminal_->setEnabled(st.termenabled);
+    command6_->setEnabled(st.termenabled);
+    settoggle(command5_, st.termenabled);
+    label10_->setText(st.termenabled ? porttext(st.termport) : QStringLiteral("I/O port"));
+}
+
+void Form5::showdevicevalue(int n)
+{
+    const int32_t value = machinestate().devvalue[static_cast<size_t>(n)];
+    const Device& d = devices_[idx(n)];
+    d.value->setText(QString::fromStdString(hexbyte(value)) + QLatin1Char('H'));
+    // Bit by bit from the top: a bit is lit when its weight still fits in what is left.
+    int32_t v = value;
+    for (int b = 7; b >= 0; --b) {
+        const int32_t weight = 1 << b;
+        if (weight > v) {
+            d.lamps[static_cast<size_t>(b)]->setcolour(lampoff);
+        } else {
+            d.lamps[static_cast<size_t>(b)]->setcolour(lampon);
+            v -= weight;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// refresh1 - refresh5
+
+bool Form5::deferring() const
+{
+    const MachineState& st = machinestate();
+    return st.running && st.simrate >= 5;
+}
+
+void Form5::schedule(unsigned bits)
+{
+    pending_ |= bits;
+    if (!deferring()) {
+        flush();
+        return;
+    }
+    if (!painttimer_->isActive()) {
+        // One repaint per frame of the display.
+        const QScreen* s = screen();
+        const double hz = s ? s->refreshRate() : 60.0;
+        painttimer_->start(std::clamp(static_cast<int>(1000.0 / (hz > 0 ? hz : 60.0)), 8, 40));
+    }
+}
+
+void Form5::flush()
+{
+    painttimer_->stop();
+    const unsigned bits = pending_;
+    pending_ = 0;
+    for (int n = 1; n <= 4; ++n)
+        if (bits & (1u << n))
+            showdevicevalue(n);
+    if (bits & (1u << 5))
+        terminal_->refresh();
+}
+
+// The events waiting while a device shows its value run at the run loop's next pump, which
+// follows every instruction at the slow rates and ends every time slice at the fast ones.
+void Form5::refresh(int n)
+{
+    MachineState& st = machinestate();
+    const auto i = static_cast<size_t>(n);
+    if (st.devinput[i]) {
+        st.ports[static_cast<size_t>(st.devport[i])] = st.devvalue[i];
+        if (st.optrefreshmemory == "ON" && st.Form20)
+            toolrouter().ioprint();
+    }
+    schedule(1u << n);
+}
+
+void Form5::refresh5()
+{
+    schedule(1u << 5);
+}
+
+void Form5::devicerefresh(int n, int32_t value)
+{
+    (void)value;
+    if (n >= 1 && n <= 4)
+        refresh(n);
+    else if (n == 5)
+        refresh5();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Handlers
+
+void Form5::commandclick(int n)
+{
+    MachineState& st = machinestate();
+    if (n == 5) {
+        if (!st.termenabled) {
+            const int32_t port = askport(this);
+            if (port == -1)
+                return;
+            st.termport = port;
+            st.termenabled = true;
+        } else {
+            st.termenabled = false;
+            st.termport = 0;
+            st.termtext.clear();
+            refresh5();
+        }
+        showterminalstate();
+        return;
+    }
+    const auto i = static_cast<size_t>(n);
+    if (!st.devenabled[i]) {
+        const int32_t port = askport(this);
+        if (port == -1)
+            return;
+        st.devport[i] = port;
+        st.devenabled[i] = true;
+    } else {
+        st.devenabled[i] = false;
+        optionoutclick(n);
+        st.devport[i] = 0;
+        st.devvalue[i] = 0;
+        refresh(n);
+    }
+    showdevice(n);
+}
+
+void Form5::command6click()
+{
+    machinestate().termtext.clear();
+    refresh5();
+}
+
+void Form5::optioninclick(int n)
+{
+    MachineState& st = machinestate();
+    const auto i = static_cast<size_t>(n);
+    devices_[idx(n)].optionin->setChecked(true);
+    devices_[idx(n)].optionout->setChecked(false);
+    st.devinput[i] = true;
+    st.devvalue[i] = st.ports[static_cast<size_t>(st.devport[i])];
+    refresh(n);
+}
+
+void Form5::optionoutclick(int n)
+{
+    devices_[idx(n)].optionin->setChecked(false);
+    devices_[idx(n)].optionout->setChecked(true);
+    machinestate().devinput[static_cast<size_t>(n)] = false;
+}
+
+void Form5::labelclick(int n)
+{
+    MachineState& st = machinestate();
+    const auto i = static_cast<size_t>(n);
+    if (!st.devinput[i])
+        return;
+    hexvaluedialog(st, this);
+    // A cancelled entry leaves 0, which the device takes like an entered 0.
+    st.devvalue[i] = st.invalue;
+    st.invalue = 0;
+    refresh(n);
+}
+
+void Form5::lamppress(int n, int bit)
+{
+    MachineState& st = machinestate();
+    const auto i = static_cast<size_t>(n);
+    if (!st.devinput[i])
+        return;
+    flush(); // the lamps must show the value they are read from
+    const int32_t weight = 1 << bit;
+    if (lamp(n, bit)->lit())
+        st.devvalue[i] -= weight;
+    else
+        st.devvalue[i] += weight;
+    refresh(n);
+}
+
+} // namespace kelvane
