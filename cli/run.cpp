@@ -24,7 +24,8 @@ namespace {
 constexpr const char* runusage =
     "PROGRAM [--format hex|obj] [--start HHHH] [--max-instructions N] [--trace] [--ff-defaults on|off]\n"
     "                      [--halt-stops on|off] [--clock MHZ] [--port PP=VV]... [--terminal PP]\n"
-    "                      [--interrupt N:NAME]...   (NAME: TRAP RST7.5 RST6.5 RST5.5 INTR1-INTR8 RESET)";
+    "                      [--interrupt N:NAME]...   (NAME: TRAP RST7.5 RST6.5 RST5.5 INTR1-INTR8 RESET)\n"
+    "                      [--device N:in|out:PP[=VV]]... [--dump-devices]   (N: device 1-4)";
 
 int usageerror(const std::string& msg)
 {
@@ -49,12 +50,23 @@ struct Press {
     bool fired = false;
 };
 
+// A bit device turned on as the Peripheral Devices window would: at a port, in or out, and for
+// =VV with that value (an input device's value is what IN reads from its port).
+struct DeviceOption {
+    size_t n = 0;
+    bool input = false;
+    int32_t port = 0;
+    int32_t value = -1;
+};
+
 struct RunOptions {
     std::string program;
     std::string format;
     std::vector<std::pair<int32_t, int32_t>> ports;
     int32_t terminal = -1;
     std::vector<Press> presses;
+    std::vector<DeviceOption> devices;
+    bool dumpdevices = false;
     int32_t start = 0;
     bool limited = false;
     uint64_t maxinstructions = 0;
@@ -119,6 +131,25 @@ std::string parseoptions(const std::vector<std::string>& args, RunOptions& o)
             if (pr.command == 0)
                 return "--interrupt: unknown button '" + v.substr(colon + 1) + "'";
             o.presses.push_back(pr);
+        } else if (a == "--device") {
+            // N:in|out:PP[=VV]
+            DeviceOption d;
+            const bool given = value(v);
+            const auto colon = v.find(':', 2);
+            const std::string dir = colon == std::string::npos ? "" : v.substr(2, colon - 2);
+            const std::string rest = colon == std::string::npos ? "" : v.substr(colon + 1);
+            const auto eq = rest.find('=');
+            d.n = given && v.size() > 2 && v[0] >= '1' && v[0] <= '4' && v[1] == ':' ? size_t(v[0] - '0') : 0;
+            d.input = dir == "in";
+            d.port = hexport(rest.substr(0, eq));
+            d.value = eq == std::string::npos ? 0 : hexport(rest.substr(eq + 1));
+            if (d.n == 0 || (dir != "in" && dir != "out") || d.port < 0 || d.value < 0)
+                return "--device needs N:in|out:PP[=VV], N 1-4, two hex digits each";
+            if (eq == std::string::npos)
+                d.value = -1;
+            o.devices.push_back(d);
+        } else if (a == "--dump-devices") {
+            o.dumpdevices = true;
         } else if (a == "--trace") {
             o.trace = true;
         } else if (a == "--start") {
@@ -200,6 +231,14 @@ int run(const std::vector<std::string>& args)
     st.programsize = loaded.size;
     for (const auto& [p, v] : o.ports)
         st.ports[static_cast<size_t>(p)] = v;
+    for (const DeviceOption& d : o.devices) {
+        st.devenabled[d.n] = true;
+        st.devport[d.n] = d.port;
+        st.devinput[d.n] = d.input;
+        st.devvalue[d.n] = d.value >= 0 ? d.value : d.input ? st.ports[static_cast<size_t>(d.port)] : 0;
+        if (d.input)
+            st.ports[static_cast<size_t>(d.port)] = st.devvalue[d.n];
+    }
     if (o.terminal >= 0) {
         st.termenabled = true;
         st.termport = o.terminal;
@@ -267,6 +306,15 @@ int run(const std::vector<std::string>& args)
         if (ch != '\r')
             std::fputc(ch, stderr);
     std::fputc('\n', stderr);
+    if (o.dumpdevices) {
+        for (size_t n = 1; n <= 4; ++n) {
+            if (!st.devenabled[n])
+                std::fprintf(stderr, "Device %zu OFF\n", n);
+            else
+                std::fprintf(stderr, "Device %zu %s %sH: %sH\n", n, st.devinput[n] ? "in" : "out",
+                             hexbyte(st.devport[n]).c_str(), hexbyte(st.devvalue[n]).c_str());
+        }
+    }
     return 0;
 }
 
