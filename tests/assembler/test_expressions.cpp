@@ -1,4 +1,5 @@
-#include "asmtesthelp.h"
+// Number literals and one-operator expressions with labels and $.
+#include "assembler/assembler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-#include "asmtesthelp.h"
+// The listing rows of errors, line numbers past 9999, the object image and the files beside the source.
+#include "assembler/assembler.h"
 
 #include <gtest/gtest.h>
 
