@@ -39,11 +39,6 @@ class Run(unittest.TestCase):
         self.assertTrue(lines[1].endswith(' seconds elapsed.'))
         self.assertEqual(lines[2], 'Real-time duration of the simulation is 12 clock cycles or 3.00 µs at 4 MHz.')
 
-    def test_clock_shortest_form(self):
-        for clock, text in (('2.5', '2.5'), ('4', '4'), ('3.579545', '3.579545')):
-            _, _, err = run('--clock', clock, program=[0x76])
-            self.assertIn(' at %s MHz.' % text, err)
-
     def test_usage_errors_exit_2(self):
         cases = [
             ('--start', '12'), ('--start', 'GGGG'), ('--max-instructions', '-1'), ('--ff-defaults', 'yes'),
@@ -103,39 +98,6 @@ class Run(unittest.TestCase):
         # with the terminal elsewhere the byte stays in the port and nothing is printed
         code, out, _ = run('--terminal', '02', program=prog)
         self.assertEqual(out, b'')
-
-    def test_ports_feed_in(self):
-        code, out, _ = run('--port', '10=5A', '--trace', program=[0xDB, 0x10, 0x76])
-        self.assertTrue(out.startswith(b'1      0000  IN 10H          5A '))
-
-    def test_interrupt_presses(self):
-        # EI, then NOPs; RST 7.5 pressed after instruction 2 is accepted and its routine's EI brings
-        # the buttons back, so TRAP pressed after instruction 4 is accepted too
-        prog = [0xFB] + [0x00] * 0x40 + [0x76]
-        prog[0x3C] = 0xFB
-        code, out, _ = run('--trace', '--max-instructions', '6', '--interrupt', '2:RST7.5',
-                           '--interrupt', '4:TRAP', program=prog)
-        rows = [r.decode() for r in out.splitlines()]
-        self.assertEqual(rows[2][:29], '3      003C  RST 7.5         ')
-        self.assertEqual(rows[4][:29], '5      0024  TRAP            ')
-        # without that EI every button stays off after the first acceptance: TRAP is refused
-        prog[0x3C] = 0x00
-        code, out, _ = run('--trace', '--max-instructions', '6', '--interrupt', '2:RST7.5',
-                           '--interrupt', '4:TRAP', program=prog)
-        self.assertNotIn(b'TRAP', out)
-        # INTR is refused while interrupts are disabled: the button is off
-        code, out, _ = run('--trace', '--max-instructions', '3', '--interrupt', '1:INTR3', program=[0x00] * 8)
-        self.assertNotIn(b'INTR', out)
-        code, out, _ = run('--trace', '--max-instructions', '3', '--interrupt', '1:INTR3', program=[0xFB] + [0] * 20)
-        self.assertIn(b'0010  INTR', out)
-
-    def test_reset_restarts_and_writes_its_line(self):
-        prog = [0x3C, 0x3C, 0x3C, 0x3C]
-        code, out, err = run('--trace', '--max-instructions', '3', '--interrupt', '2:RESET', program=prog)
-        rows = out.decode().splitlines()
-        self.assertEqual(rows[2], 'RESET')
-        self.assertTrue(rows[3].startswith('1      0000  INR A'))
-        self.assertIn('executed instructions is 3.', err)
 
 
 if __name__ == '__main__':
