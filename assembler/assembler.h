@@ -2,6 +2,8 @@
 // sizing and encoding by template, the listing, the object image and the .lst/.obj/.hex outputs.
 // One Assembler object holds the state of the last assembly until the next one starts.
 #pragma once
+#include "core/machine.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -11,8 +13,7 @@
 
 namespace kelvane {
 
-// The marker for "no value": an operand that can't be worked out, a label not yet known.
-constexpr int32_t novalue = 100000;
+// novalue (core/machine.h) marks "no value": an operand that can't be worked out, a label not yet known.
 
 // Receives the progress texts: the phase ("Performing pass 1.") and the line ("Line  12" or "").
 using AsmProgress = std::function<void(const std::string& phase, const std::string& line)>;
