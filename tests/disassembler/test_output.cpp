@@ -25,7 +25,7 @@ TEST(DasmOutput, RandomImagesGiveTheRecordedTexts)
     std::ifstream in(KELVANE_TEST_DATA "/disassembler/random.txt");
     ASSERT_TRUE(in);
     std::mt19937 rng(20251122);
-    test::WorkFolder dir;
+    test::TempFolder dir;
     Disassembler engine;
     int rounds = 0;
     for (std::string line; std::getline(in, line);) {
@@ -43,7 +43,7 @@ TEST(DasmOutput, RandomImagesGiveTheRecordedTexts)
         for (bool src : {false, true}) {
             char got[17];
             std::snprintf(got, sizeof got, "%016llx",
-                          static_cast<unsigned long long>(fnv1a(disassemblebytes(img, src, dir.path(), &engine))));
+                          static_cast<unsigned long long>(fnv1a(disassemblebytes(img, src, dir.path, &engine))));
             EXPECT_EQ(got, hashes[src]) << "round " << round << (src ? " source" : " listing");
         }
         ++rounds;
@@ -56,8 +56,8 @@ TEST(DasmOutput, FullImageEndsAtTheTopAndLineNumbersWrap)
     // 65536 bytes: NOPs, with a JMP in the last byte that reads the zeros behind the image.
     std::vector<uint8_t> image(65536, 0);
     image[0xFFFF] = 0xC3;
-    test::WorkFolder dir;
-    const std::string text = disassemblebytes(image, false, dir.path());
+    test::TempFolder dir;
+    const std::string text = disassemblebytes(image, false, dir.path);
     EXPECT_NE(text.find("\n9999   270E 00                  NOP\n0000   270F 00                  NOP\n"),
               std::string::npos);
     EXPECT_NE(text.find("\n5536   FFFF C3 00 00            JMP L0001\n\n"), std::string::npos);
@@ -68,9 +68,9 @@ TEST(DasmOutput, FullImageEndsAtTheTopAndLineNumbersWrap)
 TEST(DasmOutput, SweepStopsAtTheSizeAndReadsClearedElementsBehind)
 {
     // The bytes behind dasmsize are not rows, even when the image holds something there.
-    test::WorkFolder dir;
+    test::TempFolder dir;
     Disassembler d;
-    d.workfolder = dir.path();
+    d.workfolder = dir.path;
     std::fill(d.dasmimage.begin(), d.dasmimage.end(), 0x55);
     d.dasmimage[0] = 0x00;
     d.dasmimage[1] = 0x3E;

@@ -30,10 +30,10 @@ void roundtrip(const std::vector<uint8_t>& img, const std::filesystem::path& fol
 TEST(DasmRoundTrip, RandomImagesAssembleBackToTheSameBytes)
 {
     std::mt19937 rng(8085);
-    test::WorkFolder dir;
+    test::TempFolder dir;
     for (int round = 0; round < 150 && !HasFatalFailure(); ++round) {
         const size_t size = test::randomsize(rng);
-        roundtrip(test::randomimage(rng, size, rng() % 2 == 0), dir.path(), "round " + std::to_string(round));
+        roundtrip(test::randomimage(rng, size, rng() % 2 == 0), dir.path, "round " + std::to_string(round));
     }
 }
 
@@ -41,12 +41,12 @@ TEST(DasmRoundTrip, EveryOpcodeAtEveryOperandEdge)
 {
     // Each opcode with operand bytes 00 00, FF FF, 0A 0A and 9F F0, and as the program's last
     // byte (its operands then come from the zeros behind the image).
-    test::WorkFolder dir;
+    test::TempFolder dir;
     for (int op = 0; op < 256 && !HasFatalFailure(); ++op) {
         for (const auto& tail : std::vector<std::vector<uint8_t>>{{0, 0}, {0xFF, 0xFF}, {0x0A, 0x0A}, {0x9F, 0xF0}, {}}) {
             std::vector<uint8_t> img = {0x00, static_cast<uint8_t>(op)};
             img.insert(img.end(), tail.begin(), tail.end());
-            roundtrip(img, dir.path(), "opcode " + std::to_string(op));
+            roundtrip(img, dir.path, "opcode " + std::to_string(op));
         }
     }
 }

@@ -1,7 +1,8 @@
-// Helpers of the disassembler tests: a private working folder per test, a one-call run that
-// returns the result text, and random program images.
+// Helpers of the disassembler tests: a one-call run that returns the result text, and random
+// program images.
 #pragma once
 #include "disassembler/disassembler.h"
+#include "tests/common/tempfolder.h"
 
 #include <gtest/gtest.h>
 
@@ -11,37 +12,6 @@
 #include <vector>
 
 namespace kelvane::test {
-
-class WorkFolder {
-public:
-    WorkFolder()
-    {
-        static std::mt19937_64 rng{std::random_device{}()};
-        do
-            path_ = std::filesystem::temp_directory_path() / ("kelvane-dis-test-" + std::to_string(rng()));
-        while (!std::filesystem::create_directory(path_));
-    }
-    ~WorkFolder()
-    {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-    // Names of all entries in the folder, sorted.
-    std::vector<std::string> entries() const
-    {
-        std::vector<std::string> names;
-        for (const auto& e : std::filesystem::directory_iterator(path_))
-            names.push_back(e.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-private:
-    std::filesystem::path path_;
-};
 
 // Disassembles bytes with engine d (a fresh one when none is given) and returns the result text.
 inline std::string disassemblebytes(const std::vector<uint8_t>& bytes, bool sourceform,

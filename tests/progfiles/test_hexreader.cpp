@@ -44,24 +44,6 @@ const std::string endrec = ":00000001FF\r\n";
 
 } // namespace
 
-TEST(HexChecksum, SumsValidPairsAndCountsBadOnesAsMinusOne)
-{
-    const struct {
-        const char* body;
-        const char* want;
-    } cases[] = {
-        {"020000003E05", "BB"},
-        {"00000001", "FF"},
-        {"01000000FF", "00"}, // the sum is 256
-        {"", "00"},
-        {"FF0", "01"},         // the single digit left over is not counted
-        {"ff", "01"},          // lower case is not a valid pair: -1
-        {"0100000GG0", "01"}, // 1 + 0 + 0 - 1 - 1 = -1
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(hexchecksum(c.body), c.want) << c.body;
-}
-
 TEST(HexReader, EachErrorHasItsNumberLineAndText)
 {
     const struct {

@@ -1,4 +1,5 @@
-// The record writer, the .obj image and the safe save: exact records, skipped chunks, round trips.
+// The record writer and the safe save: exact records, skipped chunks, a failed write that keeps the old file.
+#include "tests/common/tempfolder.h"
 #include "progfiles/hexfile.h"
 #include "progfiles/safewrite.h"
 
@@ -6,35 +7,13 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <random>
 #include <sys/resource.h>
 
 using namespace kelvane;
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string slurp(const fs::path& p)
-{
-    std::ifstream in(p, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-struct TempDir {
-    fs::path path;
-    TempDir()
-    {
-        path = fs::temp_directory_path() / ("kelvane-pf-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(path);
-        fs::create_directories(path);
-    }
-    ~TempDir() { fs::remove_all(path); }
-};
-
-} // namespace
+using test::slurp;
 
 TEST(HexWriter, RecordsChunksAndEnd)
 {
@@ -62,33 +41,9 @@ TEST(HexWriter, RecordsChunksAndEnd)
     }
 }
 
-TEST(HexWriter, SaveAndLoadKeepMemory)
-{
-    TempDir dir;
-    std::mt19937 rng(85);
-    std::vector<int32_t> mem(65536, 0);
-    for (int i = 0; i < 3000; ++i) // sparse, so that many chunks are skipped
-        mem[rng() % 65536] = static_cast<int32_t>(rng() % 256);
-    mem[0xFFFE] = 0x76;
-    const fs::path hex = dir.path / "round.hex";
-    const fs::path obj = dir.path / "round.obj";
-    ASSERT_TRUE(writehexfile(mem.data(), 0xFFFE, hex.string()));
-    ASSERT_TRUE(writeobjfile(mem.data(), 0xFFFE, obj.string()));
-
-    auto buf = std::make_unique<HexBuffer>();
-    const HexReadResult r = readhexfile(hex.string(), *buf);
-    EXPECT_EQ(r.size, 0xFFFF) << r.message;
-    EXPECT_TRUE(std::equal(mem.begin(), mem.end(), buf->begin()));
-
-    const std::string image = slurp(obj);
-    ASSERT_EQ(image.size(), 0xFFFFu);
-    for (size_t i = 0; i < image.size(); ++i)
-        ASSERT_EQ(static_cast<uint8_t>(image[i]), mem[i]) << i;
-}
-
 TEST(SafeWrite, FailedWriteKeepsTheOldFileAndLeavesNoTemporary)
 {
-    TempDir dir;
+    test::TempFolder dir;
     const fs::path target = dir.path / "prog.hex";
     { std::ofstream(target) << "old contents\n"; }
     std::vector<int32_t> mem(65536, 0x5A);
