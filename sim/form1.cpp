@@ -127,10 +127,12 @@ void PanelHooks::ekran(MachineState& st)
 
 void PanelHooks::logrow(const MachineState& st, int32_t address)
 {
-    const std::string row = formatlogrow(st, address);
-    if (form_.simlog().isopen())
-        form_.simlog().line(row);
-    toolrouter().logadd(row);
+    // Composed once, in place in the log's block (or a scratch row when no file is open).
+    SimLog& log = form_.simlog();
+    char* row = log.rowspace();
+    char* end = putlogrow(row, st, address);
+    toolrouter().logadd(std::string_view(row, static_cast<size_t>(end - row)));
+    log.endrow(end);
 }
 
 void PanelHooks::toolrefresh(MachineState& st)

@@ -139,7 +139,8 @@ void ToolRouter::recompute()
     refreshbreakpoints_ = st.optrefreshbreakpoints == "ON" && st.Form8;
     hooks.toolsopen = refreshmemory_ || refreshbreakpoints_;
     const ToolWindow* viewer = tool(Tool::Form16);
-    hooks.wantlog = logfileopen_ || (viewer && viewer->takesrows());
+    viewertakes_ = viewer && viewer->takesrows();
+    hooks.wantlog = logfileopen_ || viewertakes_;
 }
 
 void ToolRouter::setlogfileopen(bool open)
@@ -180,6 +181,8 @@ void ToolRouter::drawlines()
 
 void ToolRouter::logadd(std::string_view row)
 {
+    if (!viewertakes_)
+        return;
     if (ToolWindow* w = tool(Tool::Form16))
         if (w->takesrows())
             w->logadd(row);

@@ -114,7 +114,8 @@ public:
     void unloadall();
 
     // Recomputes toolsopen and wantlog of the machine's hooks (a window opened or closed, a
-    // refresh option toggled, the log file opened or closed, the viewer's room changed).
+    // refresh option toggled, the log file opened or closed, the viewer's room changed: the
+    // viewer calls it whenever its takesrows() changes).
     void recompute();
     void setlogfileopen(bool open);
     bool logfileopen() const { return logfileopen_; }
@@ -148,6 +149,7 @@ private:
 
     std::array<Slot, 13> slots_{};
     bool logfileopen_ = false;
+    bool viewertakes_ = false; // the viewer's takesrows() at the last recompute
     bool refreshmemory_ = false, refreshbreakpoints_ = false;
 };
 
