@@ -3,6 +3,7 @@
 #include "sim/toolrouter.h"
 #include "tools/form5.h"
 #include "tools/form8.h"
+#include "tools/form16.h"
 
 // One include and one factory line per window library.
 
@@ -13,6 +14,7 @@ void registerwindows()
     [[maybe_unused]] ToolRouter& r = toolrouter();
     r.setfactory(Tool::Form5, [] { return new Form5; });
     r.setfactory(Tool::Form8, [] { return new Form8; });
+    r.setfactory(Tool::Form16, [] { return new Form16; });
 }
 
 } // namespace kelvane
