@@ -118,7 +118,7 @@ LogReadStatus readlogtext(std::string_view text, LogRows& rows)
     return splitter.feed(text, rows) && splitter.finish(rows) ? LogReadStatus::done : LogReadStatus::corrupt;
 }
 
-LogReader::LogReader() : buffer_(std::make_unique<char[]>(readchunk)) {}
+LogReader::LogReader() : buffer_(new char[readchunk]) {}
 
 LogReader::~LogReader()
 {
