@@ -502,6 +502,7 @@ void Form5::commandclick(int n)
             st.termenabled = false;
             st.termport = 0;
             st.termtext.clear();
+            terminal_->restart();
             refresh5();
         }
         showterminalstate();
@@ -527,6 +528,8 @@ void Form5::commandclick(int n)
 void Form5::command6click()
 {
     machinestate().termtext.clear();
+    // Bytes that arrive before the deferred repaint belong to the new text.
+    terminal_->restart();
     refresh5();
 }
 
