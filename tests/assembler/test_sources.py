@@ -29,8 +29,12 @@ def assemble(cli, folder, source):
     return got
 
 
-def firstrow(want, got):
-    """The first listing row that differs, with its number."""
+def firstdifference(ext, want, got):
+    """The first byte of the image, or the first row of a text, that differs."""
+    if ext == "obj":
+        k = next((i for i in range(min(len(want), len(got))) if want[i] != got[i]), min(len(want), len(got)))
+        return "byte %04X: want %s, got %s (%d bytes, want %d)" % (
+            k, want[k:k + 1].hex() or "end", got[k:k + 1].hex() or "end", len(got), len(want))
     w, g = want.split(b"\r\n"), got.split(b"\r\n")
     k = next((i for i in range(max(len(w), len(g))) if w[i:i + 1] != g[i:i + 1]), len(w))
     return "row %d\n  want %r\n  got  %r" % (k + 1, w[k] if k < len(w) else b"", g[k] if k < len(g) else b"")
@@ -59,7 +63,7 @@ def main():
                 with open(src[:-3] + ext, "rb") as f:
                     want = f.read()
                 if got[ext] != want:
-                    failures.append("%s.%s differs: %s" % (os.path.basename(src)[:-4], ext, firstrow(want, got[ext])))
+                    failures.append("%s.%s differs: %s" % (os.path.basename(src)[:-4], ext, firstdifference(ext, want, got[ext])))
         with open(os.path.join(data, "random.jsonl")) as f:
             records = [json.loads(line) for line in f if line.strip()]
         for rec in records:

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <tuple>
 
@@ -160,6 +161,7 @@ TEST(MachineState, StackWrapsAtBothEnds)
     pushword(st, 0xABCD);
     EXPECT_EQ(st.mem[0], 0xAB);
     EXPECT_EQ(st.mem[65535], 0xCD);
+    EXPECT_EQ(st.sp, 65535);
     st.sp = 65535;
     st.mem[0] = 0x56;
     EXPECT_EQ(popword(st), 0x5600 + 0xCD);
@@ -188,6 +190,19 @@ TEST(Execute, TopOfMemory)
     jmp.step();
     EXPECT_EQ(jmp.st.pc, 0x2000);
     EXPECT_EQ(jmp.last(), "JMP 2000H");
+
+    // HL past FFFF reads the five mirror elements: the first five bytes as they stood at Start.
+    const std::array<int32_t, 5> first = {0x11, 0x22, 0x33, 0x44, 0x55};
+    for (int32_t l = 0; l < 5; ++l) {
+        Machine mov({0x7E}, 0x100);
+        std::copy(first.begin(), first.end(), mov.st.mem.begin());
+        mov.start();
+        mov.st.mem[static_cast<size_t>(l)] = 0x99; // too late for the mirror
+        mov.st.h = 256;
+        mov.st.l = l;
+        mov.step();
+        EXPECT_EQ(mov.st.a, first[static_cast<size_t>(l)]) << l;
+    }
 
     // RST 1 at FFFF pushes 65536: 256 in the high element; RET gives 65536 and pc wraps to 0.
     Machine rst({}, 0xFFFF);
