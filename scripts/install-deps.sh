@@ -7,7 +7,7 @@ pkgs=(build-essential cmake ninja-build pkg-config
       libgtest-dev googletest
       dbus dbus-x11 xvfb xauth
       clang libclang-rt-dev
-      srecord d52 python3
+      srecord python3
       poppler-utils)
 missing=()
 for p in "${pkgs[@]}"; do
