@@ -1,6 +1,8 @@
 #include "app/windows.h"
 
 #include "sim/toolrouter.h"
+#include "tools/form2.h"
+#include "tools/form20.h"
 #include "tools/form5.h"
 #include "tools/form8.h"
 #include "tools/form16.h"
@@ -12,6 +14,8 @@ namespace kelvane {
 void registerwindows()
 {
     [[maybe_unused]] ToolRouter& r = toolrouter();
+    r.setfactory(Tool::Form2, [] { return new Form2; });
+    r.setfactory(Tool::Form20, [] { return new Form20; });
     r.setfactory(Tool::Form5, [] { return new Form5; });
     r.setfactory(Tool::Form8, [] { return new Form8; });
     r.setfactory(Tool::Form16, [] { return new Form16; });
