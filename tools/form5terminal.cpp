@@ -217,10 +217,9 @@ bool TerminalPane::atend() const
 void TerminalPane::relayout(bool keepend)
 {
     const int columns = std::max(1, static_cast<int>((viewport()->width() - 2 * margin) / cellwidth_));
-    const bool wasatend = atend();
-    std::pair<size_t, size_t> top{0, 0};
-    if (!keepend && columns != lines_.columns())
-        top = lines_.rowplace(static_cast<size_t>(firstrow()));
+    // A new width moves the rows: the line at the top stays at the top.
+    const bool rewrap = columns != lines_.columns();
+    const std::pair<size_t, size_t> top = lines_.rowplace(static_cast<size_t>(firstrow()));
     lines_.setcolumns(columns);
     const auto rows = static_cast<long long>(lines_.rowcount());
     const int maximum = static_cast<int>(std::clamp<long long>(rows - visiblerows(), 0, INT_MAX));
@@ -228,7 +227,7 @@ void TerminalPane::relayout(bool keepend)
     bar->setRange(0, maximum);
     bar->setPageStep(visiblerows());
     bar->setSingleStep(1);
-    if (!keepend && !wasatend && columns == lines_.columns())
+    if (!keepend && rewrap)
         bar->setValue(static_cast<int>(std::min<size_t>(lines_.rowof(top.first, top.second), INT_MAX)));
 }
 

@@ -24,6 +24,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSet>
 #include <QSettings>
 #include <QTest>
@@ -564,6 +565,30 @@ TEST(TerminalLines, RowsFollowTheColumns)
         EXPECT_EQ(lines.rowof(c.place.first, c.place.second), c.row);
     }
     EXPECT_EQ(text[lines.line(2).start], 'c');
+}
+
+TEST(TerminalPane, ResizeKeepsTheTopLineOrTheEnd)
+{
+    std::string text;
+    for (int i = 0; i < 100; ++i)
+        text += std::string(30, static_cast<char>('A' + i % 26)) + "\r\n";
+    TerminalPane pane;
+    pane.resize(500, 200);
+    pane.show();
+    pane.settext(&text);
+    ASSERT_TRUE(pane.atend());
+    for (int width : {300, 150, 600}) {
+        pane.resize(width, 200);
+        EXPECT_TRUE(pane.atend()) << width;
+    }
+    pane.verticalScrollBar()->setValue(static_cast<int>(pane.lines().rowof(50, 0)));
+    for (int width : {300, 150, 600}) {
+        pane.resize(width, 200);
+        EXPECT_EQ(pane.lines().rowplace(static_cast<size_t>(pane.firstrow())).first, 50u) << width;
+        EXPECT_FALSE(pane.atend()) << width;
+    }
+    pane.resize(600, 120);
+    EXPECT_EQ(pane.lines().rowplace(static_cast<size_t>(pane.firstrow())).first, 50u);
 }
 
 TEST(TerminalCells, ControlBytesAsCaretLettersOthersAsLatin1)
