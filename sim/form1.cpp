@@ -24,12 +24,14 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QInputDialog>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QPainter>
 #include <QPushButton>
+#include <QStyle>
+#include <QStyleOption>
 #include <QThread>
 #include <QTimer>
 #include <QUrl>
@@ -114,6 +116,34 @@ QLabel[role="path"] { color: #d8dde2; padding: 1px 4px; }
 QPushButton { min-width: 64px; min-height: 26px; }
 )";
 
+// The program's location: a path of any length is shown elided in the middle within the width
+// the panel gives it, the whole path in its tool tip; its text never asks the window for room.
+class PathLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+    void setpath(const QString& path)
+    {
+        setText(path);
+        setToolTip(path);
+        update();
+    }
+    QSize sizeHint() const override { return {120, QLabel::sizeHint().height()}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        QStyleOption option;
+        option.initFrom(this);
+        style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
+        const QRect area = contentsRect();
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, area.width());
+        style()->drawItemText(&painter, area, Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(), shown,
+                              foregroundRole());
+    }
+};
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -189,7 +219,7 @@ int32_t PanelHooks::intrchoice(MachineState& st)
     QString shown = prompt;
     for (;;) {
         bool ok = false;
-        const QString answer = QInputDialog::getText(&form_, titletext(), shown, QLineEdit::Normal, "", &ok);
+        const QString answer = inputbox(&form_, shown, QString(), &ok);
         if (ok) {
             // The answer's leading number, rounded to an integer.
             const int32_t n = leadingint(answer.toStdString());
@@ -446,11 +476,9 @@ void Form1::buildpanel()
     loccap->setObjectName("l_qstaza");
     loccap->setProperty("role", "caption");
     watch(loccap);
-    auto* qstaza = new QLabel;
+    auto* qstaza = new PathLabel;
     qstaza->setObjectName("qstaza");
     qstaza->setProperty("role", "path");
-    qstaza->setMinimumWidth(300);
-    qstaza->setTextInteractionFlags(Qt::NoTextInteraction);
     watch(qstaza);
     ll->addWidget(loccap);
     ll->addWidget(qstaza, 1);
@@ -668,15 +696,20 @@ std::string Form1::loadprogramfile(const QString& path)
         return r.message.empty() ? "The file could not be read." : r.message;
     std::copy(image.begin(), image.end(), st.mem.begin());
     st.programsize = r.size;
-    label("qstaza")->setText(path);
+    setprogramlocation(path);
     clean(st, *hooks_);
     return {};
+}
+
+void Form1::setprogramlocation(const QString& path)
+{
+    static_cast<PathLabel*>(label("qstaza"))->setpath(path);
 }
 
 FileMenuHooks Form1::filemenuhooks()
 {
     FileMenuHooks h;
-    h.setqstaza = [this](const QString& path) { label("qstaza")->setText(path); };
+    h.setqstaza = [this](const QString& path) { setprogramlocation(path); };
     h.clean = [this] { clean(machinestate(), *hooks_); };
     h.enablemenus = [this](bool on) {
         for (QMenu* m : menuBar()->findChildren<QMenu*>(QString(), Qt::FindDirectChildrenOnly))
@@ -832,8 +865,10 @@ bool Form1::eventFilter(QObject* watched, QEvent* event)
         return QMainWindow::eventFilter(watched, event);
     }
     if (event->type() == QEvent::MouseButtonPress) {
+        // The press is taken here: a label ignores it, and passed on it would reach the label's
+        // frame and the panel, whose clicks dismiss the box that this one has just opened.
         panelclick(watched->objectName());
-        return false;
+        return true;
     }
     return QMainWindow::eventFilter(watched, event);
 }
@@ -1070,6 +1105,9 @@ void Form1::runloop()
         sincepaint.start();
         for (;;) {
             if (st.simrate == 6) {
+                // Rate 5 may have left the panel's painting off when the rate changed in its pumps.
+                if (!panel->updatesEnabled())
+                    panel->setUpdatesEnabled(true);
                 ultimateslice();
             } else if (st.simrate == 5) {
                 // Every instruction refreshes the panel's texts; the screen shows them at the

@@ -109,6 +109,8 @@ public:
     // A program placed in memory from the command line until the File menu comes:
     // Intel HEX (.hex) or a binary image; returns an empty text or the refusal.
     std::string loadprogramfile(const QString& path);
+    // The "Program Location" read-out: the path, elided in the middle, whole in the tool tip.
+    void setprogramlocation(const QString& path);
 
     QLabel* label(const char* name) const;
     QAction* action(const char* name) const;

@@ -235,6 +235,21 @@ static std::string positionname(int number, const char* which)
     return "Window" + std::to_string(number) + " " + which;
 }
 
+// Puts a window's client area at a point of the screen. A move() before the window exists means
+// the corner of a frame whose size nobody knows yet, which window managers honour differently;
+// a geometry names the client area on every one. The window keeps the size it will take at show.
+static void placeclientarea(QWidget* window, QPoint at)
+{
+    if (!window->isWindow()) {
+        window->move(at);
+        return;
+    }
+    const bool sized = window->testAttribute(Qt::WA_Resized);
+    window->setGeometry(QRect(at, window->size()));
+    if (!sized)
+        window->setAttribute(Qt::WA_Resized, false); // show() still fits the window to its contents
+}
+
 void placewindow(QWidget* window, int number)
 {
     if (window == nullptr)
@@ -244,7 +259,7 @@ void placewindow(QWidget* window, int number)
     const int x = twipstopixels(leadingint(regread(left)));
     const int y = twipstopixels(leadingint(regread(top)));
     if (machinestate().optsavepositions != "OFF") {
-        window->move(x, y);
+        placeclientarea(window, QPoint(x, y));
         return;
     }
     QScreen* screen = window->screen() ? window->screen() : QGuiApplication::primaryScreen();
@@ -252,14 +267,14 @@ void placewindow(QWidget* window, int number)
         return;
     const QRect area = screen->availableGeometry();
     const QSize size = window->frameGeometry().size();
-    window->move(area.x() + (area.width() - size.width()) / 2, area.y() + (area.height() - size.height()) / 2);
+    placeclientarea(window, {area.x() + (area.width() - size.width()) / 2, area.y() + (area.height() - size.height()) / 2});
 }
 
 void savewindowposition(QWidget* window, int number)
 {
     if (window == nullptr)
         return;
-    const QPoint p = window->frameGeometry().topLeft();
+    const QPoint p = window->geometry().topLeft();
     regwrite(positionname(number, "Left"), pixelstotwips(p.x()));
     regwrite(positionname(number, "Top"), pixelstotwips(p.y()));
 }

@@ -9,7 +9,7 @@
 //   leadingnumber(" 12abc") == 12      the one conversion of a text to its leading number (0 if none)
 //   readoptions(st)                    reads "Last Path" .. "Starting Address" into the state, in order
 //   presetpositions()                  reads every window position so that the defaults exist
-//   placewindow(w, 2) / savewindowposition(w, 2)   "Window2 Left"/"Window2 Top" in twips
+//   placewindow(w, 2) / savewindowposition(w, 2)   "Window2 Left"/"Window2 Top" in twips (client area)
 #pragma once
 #include "core/machine.h"
 
@@ -70,8 +70,11 @@ void presetpositions();
 
 // Places a window from "WindowN Left"/"WindowN Top" (twips, 15 to a pixel) unless the option
 // optsavepositions of the machine state is "OFF", in which case it is centred on its screen.
+// The point is the corner of the client area (below the title bar), the one savewindowposition
+// writes, so that a window comes back exactly where it was closed.
 void placewindow(QWidget* window, int number);
-// Writes the window's position to "WindowN Left"/"WindowN Top" in twips (whatever "Save Positions" says).
+// Writes the position of the window's client area to "WindowN Left"/"WindowN Top" in twips
+// (whatever "Save Positions" says).
 void savewindowposition(QWidget* window, int number);
 
 // Pixels and twips at 15 twips to a pixel.
