@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QEvent>
 #include <QFontMetrics>
+#include <QGridLayout>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -33,9 +34,33 @@ QString displaytext(const QString& text)
     return out;
 }
 
+int titlebarwidth(const QString& title)
+{
+    // The window manager writes the title in its own, often bold and larger, font beside its
+    // buttons: the title is measured in the bold font a size up, with room for four buttons.
+    QFont font = QApplication::font();
+    font.setBold(true);
+    font.setPointSizeF(font.pointSizeF() * 1.15);
+    return QFontMetrics(font).horizontalAdvance(title) + 4 * 24 + 24;
+}
+
+namespace {
+
+// A message box as wide as its title needs; the box sizes itself to its layout, so the width
+// goes in as a row of the layout.
+void fittitle(QMessageBox& box)
+{
+    if (auto* grid = qobject_cast<QGridLayout*>(box.layout()))
+        grid->addItem(new QSpacerItem(titlebarwidth(box.windowTitle()), 0, QSizePolicy::Fixed, QSizePolicy::Minimum),
+                      grid->rowCount(), 0, 1, grid->columnCount());
+}
+
+} // namespace
+
 void messagebox(QWidget* form, const QString& text)
 {
     QMessageBox box(QMessageBox::NoIcon, titletext(), displaytext(text), QMessageBox::Ok, form);
+    fittitle(box);
     box.exec();
 }
 
@@ -48,7 +73,21 @@ bool askyesno(QWidget* form, const QString& text)
 {
     QMessageBox box(QMessageBox::NoIcon, titletext(), displaytext(text), QMessageBox::Yes | QMessageBox::No, form);
     box.setDefaultButton(QMessageBox::Yes);
+    fittitle(box);
     return box.exec() == QMessageBox::Yes;
+}
+
+QString inputbox(QWidget* form, const QString& prompt, const QString& value, bool* ok)
+{
+    QInputDialog box(form);
+    box.setWindowTitle(titletext());
+    box.setLabelText(prompt);
+    box.setTextValue(value);
+    box.setMinimumWidth(titlebarwidth(titletext()));
+    const bool accepted = box.exec() == QDialog::Accepted;
+    if (ok != nullptr)
+        *ok = accepted;
+    return accepted ? box.textValue() : QString();
 }
 
 void confirm(QWidget* form, const QString& text)
@@ -206,9 +245,9 @@ void MessageWindow::askduration()
     asking_ = true;
     QPointer<MessageWindow> self(this);
     bool ok = false;
-    const QString answer = QInputDialog::getText(
-        form_ ? form_.data() : this, titletext(), QStringLiteral("Enter new info message display duration [2-10 seconds]."),
-        QLineEdit::Normal, QString::number(messagelimit_), &ok);
+    const QString answer = inputbox(form_ ? form_.data() : this,
+                                    QStringLiteral("Enter new info message display duration [2-10 seconds]."),
+                                    QString::number(messagelimit_), &ok);
     if (!self)
         return;
     asking_ = false;

@@ -7,6 +7,8 @@
 //                            showmessage(form, text). Texts may divide lines by CR LF.
 //   messagebox(form, text)   always the box (reader errors, "Wrong entry.", file errors)
 //   askyesno(form, text)     a Yes/No box with the title; true on Yes
+//   inputbox(form, prompt, value, &ok)  the input box with the title
+//   (every box with the title is wide enough for the title bar to show it whole)
 //   showmessage(form, text)  the timed window under `form` (MessageWindow::current() while it stands)
 //   connectalwaysontop(n, window, check)  for the tool windows Form2, 5, 8, 16, 17 and 20: the
 //                            check box "Always On Top" keeps the window above the others.
@@ -30,6 +32,10 @@ void confirm(QWidget* form, const std::string& text);
 void messagebox(QWidget* form, const QString& text);
 void messagebox(QWidget* form, const std::string& text);
 bool askyesno(QWidget* form, const QString& text);
+// The input box with the title: the answer, and *ok false (empty answer) when cancelled.
+QString inputbox(QWidget* form, const QString& prompt, const QString& value, bool* ok);
+// The width a window needs for the window manager to show `title` whole beside its buttons.
+int titlebarwidth(const QString& title);
 
 // The program's title as Qt text (also the heading of every message box).
 QString titletext();

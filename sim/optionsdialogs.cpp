@@ -5,7 +5,6 @@
 #include "shell/messages.h"
 #include "sim/settings.h"
 
-#include <QInputDialog>
 
 #include <cmath>
 
@@ -77,22 +76,17 @@ QString applyultimateanswer(bool accepted, const QString& answer, bool* changed)
     return {};
 }
 
-static QString inputbox(QWidget* parent, const char* prompt, const QString& value, bool* ok)
-{
-    return QInputDialog::getText(parent, titletext(), QString::fromLatin1(prompt), QLineEdit::Normal, value, ok);
-}
-
 bool menuclock_Click(MachineState& st, QWidget* parent)
 {
     bool ok = false;
-    const QString answer = inputbox(parent, clockprompt, QString::fromStdString(clocktext(st.clockmhz)), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(clockprompt), QString::fromStdString(clocktext(st.clockmhz)), &ok);
     return applyclockanswer(st, ok, answer);
 }
 
 bool menuaddress_Click(MachineState& st, MachineHooks& hooks, QWidget* parent)
 {
     bool ok = false;
-    const QString answer = inputbox(parent, addressprompt, QString::fromStdString(hexword(st.startaddress)), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(addressprompt), QString::fromStdString(hexword(st.startaddress)), &ok);
     bool changed = false;
     // A cancelled box answers with an empty text.
     const QString message = applyaddressanswer(st, hooks, ok ? answer : QString(), &changed);
@@ -108,7 +102,7 @@ bool menuultimaterefresh_Click(MachineState& st, QWidget* parent)
         return false;
     }
     bool ok = false;
-    const QString answer = inputbox(parent, ultimateprompt, QString::fromStdString(regread("Ultimate Timer")), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(ultimateprompt), QString::fromStdString(regread("Ultimate Timer")), &ok);
     bool changed = false;
     const QString message = applyultimateanswer(ok, answer, &changed);
     if (!message.isEmpty())
