@@ -10,7 +10,8 @@ namespace kelvane {
 
 namespace {
 
-// The manual. Plain text, lines of at most 78 characters.
+// The manual. Plain text, lines of at most 78 characters. Each window of the program has its
+// place here: a new window or command brings its paragraph.
 const char* const manual = R"(KELVANE - A DEVELOPMENT AND TEACHING ENVIRONMENT FOR THE 8085
 
 Kelvane simulates an 8085 microprocessor with 64K of memory and 256
@@ -25,6 +26,29 @@ disassembler, a BASIC compiler and a simulation log viewer.
 
 A typical session: write or load a program, choose a rate, start the
 simulation, watch the panel, stop it and read the statistics.
+
+
+THE FRONT PANEL
+
+Program Status Word        A and the flag byte F
+Main Registers             B, C, D, E
+Data Pointer               H, L and (HL), the memory byte H and L address
+Program Counter and Stack Pointer
+Flag Register              S, Z, AC, P and CY, with the unused bits 5, 3, 1
+Simulation Statistics      the clock cycles and the executed instructions
+Last and Next Instruction  the instruction just executed and the one at PC
+Program Location           the file of the loaded program (point at it to
+                           read a long path whole)
+
+Changing a register while stepping
+    While a program runs at the Step By Step rate, click a register (A,
+    B, C, D, E, H, L, PC or SP) or a flag (S, Z, AC, P or CY): a box
+    opens over it. Type the new value in hex, two digits for a register,
+    four for PC and SP, 0 or 1 for a flag, and press Enter; Esc, or a
+    click anywhere else, leaves the value as it was. A value that is not
+    hex (or a flag other than 0 or 1) is ignored. F, (HL), the unused
+    flag bits and the counters follow the others and can't be typed
+    over. The next Step executes from the PC you entered.
 
 
 FILE MENU
@@ -167,6 +191,16 @@ Editor Setup, Change Color Theme
 
 The settings are kept per user and are read again at the next start.
 The files log.txt and io.txt are kept in the program's data folder.
+
+
+HELP MENU
+
+Help Topics
+    This text.
+Check For Updates
+    Asks the program's web site whether a newer version exists.
+About Kelvane
+    The version and the terms of use; a click elsewhere closes it.
 
 
 THE ASSEMBLER AND ITS LIMITS
