@@ -1,19 +1,14 @@
-// The message services: the choice between a box and the timed window, the timed window's
-// geometry, ticks and duration answers, and Always On Top among the tool windows.
+// The message services: the choice between a box and the timed window, the boxes' width for
+// their title, the timed window's geometry, ticks and duration answers, and Always On Top.
 #include "shell/messages.h"
 #include "sim/machinestate.h"
 #include "sim/settings.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QFontMetrics>
 #include <QInputDialog>
-#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QScreen>
-#include <QSettings>
 #include <QTest>
-#include <QTimer>
 
 #include "tests/common/dialogdriver.h"
 
@@ -25,13 +20,11 @@ using namespace kelvane;
 
 namespace {
 
-using test::BoxCloser;
-
 void closemessagewindow()
 {
     if (MessageWindow* w = MessageWindow::current()) {
         w->close();
-        QApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }
 
@@ -47,17 +40,15 @@ struct MessageFixture : ::testing::Test {
         QApplication::processEvents();
     }
     void TearDown() override { closemessagewindow(); }
+    MessageWindow* show(const QString& text)
+    {
+        showmessage(caller.get(), text);
+        return MessageWindow::current();
+    }
     std::unique_ptr<QWidget> caller;
 };
 
 } // namespace
-
-TEST(MessageHeights, TableByLineCount)
-{
-    const int expected[] = {0, 255, 435, 675, 855, 1035, 1215, 1395, 0};
-    for (int lines = 0; lines <= 8; ++lines)
-        EXPECT_EQ(messageheighttwips(lines), expected[lines]) << lines;
-}
 
 TEST(MessageDuration, AnswersOfTheDurationBox)
 {
@@ -65,131 +56,85 @@ TEST(MessageDuration, AnswersOfTheDurationBox)
         bool accepted;
         const char* answer;
         std::optional<int> result;
-    } cases[] = {
-        {false, "5", std::nullopt}, {true, "", std::nullopt},  {true, "0", std::nullopt}, {true, "abc", std::nullopt},
-        {true, "1", 2},             {true, "50", 10},          {true, "5", 5},            {true, " 7 s", 7},
-        {true, "-3", 2},            {true, "2.5", 2},          {true, "10", 10},
-    };
+    } cases[] = {{false, "5", std::nullopt}, {true, "", std::nullopt}, {true, "0", std::nullopt},
+                 {true, "abc", std::nullopt}, {true, "1", 2},          {true, "50", 10},
+                 {true, " 7 s", 7},          {true, "-3", 2},          {true, "2.5", 2}};
     for (const Case& c : cases)
         EXPECT_EQ(messageduration(c.accepted, QString::fromLatin1(c.answer)), c.result) << c.answer;
 }
 
-TEST_F(MessageFixture, StandsUnderItsCallerWithTheCallersWidth)
+TEST_F(MessageFixture, StandsUnderItsCallerAndGrowsWithItsLines)
 {
-    showmessage(caller.get(), QStringLiteral("Operation completed."));
-    MessageWindow* w = MessageWindow::current();
+    MessageWindow* w = show(QStringLiteral("Operation completed."));
     ASSERT_NE(w, nullptr);
-    EXPECT_TRUE(w->isVisible());
     EXPECT_EQ(w->windowTitle(), QStringLiteral("Confirmation"));
     const QRect c = caller->frameGeometry();
-    EXPECT_EQ(w->frameGeometry().left(), c.left());
-    EXPECT_EQ(w->frameGeometry().top(), c.top() + c.height());
+    EXPECT_EQ(w->frameGeometry().topLeft(), QPoint(c.left(), c.top() + c.height()));
     EXPECT_EQ(w->width(), c.width());
     EXPECT_EQ(w->textbox()->width(), c.width() - 8);
-    EXPECT_EQ(w->text(), QStringLiteral("Operation completed."));
-    // One line: 255 twips unless the font needs more, and the window 120 twips higher.
-    EXPECT_GE(w->textbox()->height(), 17);
     EXPECT_EQ(w->height(), w->textbox()->height() + 8);
-}
-
-TEST_F(MessageFixture, AWideLineWidensTheWindowFromTheSameLeftEdge)
-{
-    const QString wide(120, QLatin1Char('W'));
-    showmessage(caller.get(), wide + QStringLiteral("\r\nshort"));
-    MessageWindow* w = MessageWindow::current();
-    ASSERT_NE(w, nullptr);
-    const int measure = QFontMetrics(w->textbox()->font()).horizontalAdvance(wide) + 20;
-    EXPECT_EQ(w->width(), measure);
-    EXPECT_GT(w->width(), caller->frameGeometry().width());
-    EXPECT_EQ(w->frameGeometry().left(), caller->frameGeometry().left());
-    EXPECT_EQ(w->text(), wide + QStringLiteral("\r\nshort"));
-}
-
-TEST_F(MessageFixture, HeightGrowsWithTheLinesAndStaysBeyondSeven)
-{
-    showmessage(caller.get(), QStringLiteral("a"));
-    const int one = MessageWindow::current()->textbox()->height();
-    showmessage(caller.get(), QStringLiteral("a\r\nb\r\nc"));
-    const int three = MessageWindow::current()->textbox()->height();
-    EXPECT_GE(three, 45);
+    const int one = w->textbox()->height();
+    EXPECT_GE(one, 17); // 255 twips, or what the font needs
+    EXPECT_EQ(show(QStringLiteral("a\r\nb\r\nc")), w); // a new message replaces the text
+    const int three = w->textbox()->height();
     EXPECT_GT(three, one);
-    showmessage(caller.get(), QStringLiteral("1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n7\r\n8\r\n9"));
-    // More than seven lines: the text box keeps the height it had.
-    EXPECT_EQ(MessageWindow::current()->textbox()->height(), three);
-}
-
-TEST_F(MessageFixture, TheWindowSitsBelowTheCallerEvenOffTheScreen)
-{
+    show(QStringLiteral("1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n7\r\n8\r\n9"));
+    EXPECT_EQ(w->textbox()->height(), three); // more than seven lines keep the height
+    // A wide line widens the window from the same left edge; below the screen it stays there.
+    const QString wide(120, QLatin1Char('W'));
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
     caller->setGeometry(50, screen.bottom() - 20, 300, 30);
     QApplication::processEvents();
-    showmessage(caller.get(), QStringLiteral("x"));
-    MessageWindow* w = MessageWindow::current();
-    ASSERT_NE(w, nullptr);
-    EXPECT_EQ(w->frameGeometry().top(), caller->frameGeometry().top() + caller->frameGeometry().height());
-    EXPECT_GT(w->frameGeometry().top(), screen.bottom()); // not pulled back onto the screen
+    show(wide + QStringLiteral("\r\nshort"));
+    EXPECT_EQ(w->width(), QFontMetrics(w->textbox()->font()).horizontalAdvance(wide) + 20);
+    EXPECT_EQ(w->frameGeometry().left(), caller->frameGeometry().left());
+    EXPECT_GT(w->frameGeometry().top(), screen.bottom());
+    EXPECT_EQ(w->text(), wide + QStringLiteral("\r\nshort"));
 }
 
 TEST_F(MessageFixture, GoesAwayAfterTheDurationInTicksAndRestartsOnANewMessage)
 {
     regwrite("Message Duration", "3");
-    showmessage(caller.get(), QStringLiteral("first"));
-    QPointer<MessageWindow> w = MessageWindow::current();
+    QPointer<MessageWindow> w = show(QStringLiteral("first"));
     ASSERT_TRUE(w);
     EXPECT_EQ(w->messagelimit(), 3);
     w->tick();
     w->tick();
-    EXPECT_EQ(w->messageticks(), 2);
-    // A new message during the first one restarts the count and replaces the text.
-    showmessage(caller.get(), QStringLiteral("second"));
-    EXPECT_EQ(MessageWindow::current(), w.data());
+    show(QStringLiteral("second"));
     EXPECT_EQ(w->messageticks(), 0);
-    EXPECT_EQ(w->text(), QStringLiteral("second"));
     w->tick();
     w->tick();
     EXPECT_TRUE(w->isVisible());
     w->tick();
     EXPECT_EQ(MessageWindow::current(), nullptr);
-    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_FALSE(w);
-}
-
-TEST_F(MessageFixture, ANewWindowReadsTheDurationAgain)
-{
-    regwrite("Message Duration", "7");
-    showmessage(caller.get(), QStringLiteral("x"));
-    EXPECT_EQ(MessageWindow::current()->messagelimit(), 7);
-    closemessagewindow();
+    // A new window reads the duration again; the real timer ticks every 500 ms.
     regwrite("Message Duration", "2");
-    showmessage(caller.get(), QStringLiteral("y"));
-    EXPECT_EQ(MessageWindow::current()->messagelimit(), 2);
+    w = show(QStringLiteral("x"));
+    EXPECT_EQ(w->messagelimit(), 2);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 3000));
 }
 
-TEST_F(MessageFixture, TheRealTimerClosesTheWindow)
+TEST_F(MessageFixture, ConfirmChoosesByShowConfirmationsAndBoxesFitTheirTitle)
 {
-    regwrite("Message Duration", "2");
-    showmessage(caller.get(), QStringLiteral("x"));
-    QPointer<MessageWindow> w = MessageWindow::current();
-    // Two ticks of 500 ms.
-    EXPECT_TRUE(QTest::qWaitFor([&] { return MessageWindow::current() == nullptr; }, 3000));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 1000));
-}
-
-TEST_F(MessageFixture, ConfirmChoosesByShowConfirmations)
-{
-    BoxCloser closer;
+    test::DialogDriver driver;
+    QSize boxsize;
+    QTimer::singleShot(0, [&] {
+        if (QWidget* box = QApplication::activeModalWidget())
+            boxsize = box->size();
+    });
     machinestate().optconfirm = "ON";
-    confirm(caller.get(), QStringLiteral("Operation completed.\r\nTotal 1 (0) bytes saved."));
+    confirm(caller.get(), QStringLiteral("OK\r\nDone."));
     EXPECT_EQ(MessageWindow::current(), nullptr);
-    ASSERT_EQ(closer.texts.size(), 1u);
-    EXPECT_EQ(closer.texts[0], QStringLiteral("Operation completed.\nTotal 1 (0) bytes saved."));
-    EXPECT_EQ(closer.titles[0], QString::fromLatin1(programtitle));
-
+    EXPECT_EQ(driver.texts, std::vector<QString>{QStringLiteral("OK\nDone.")});
+    EXPECT_EQ(driver.titles, std::vector<QString>{titletext()});
+    // Wider than the box would make itself for the title (its own measure adds 50 pixels).
+    EXPECT_GE(boxsize.width(), titlebarwidth(titletext()));
+    EXPECT_GT(titlebarwidth(titletext()), QFontMetrics(QApplication::font()).horizontalAdvance(titletext()) + 50);
     machinestate().optconfirm = "OFF";
     confirm(caller.get(), QStringLiteral("Please load program file first."));
     ASSERT_NE(MessageWindow::current(), nullptr);
     EXPECT_EQ(MessageWindow::current()->text(), QStringLiteral("Please load program file first."));
-    EXPECT_EQ(closer.texts.size(), 1u);
+    EXPECT_EQ(driver.texts.size(), 1u);
 }
 
 TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
@@ -198,110 +143,67 @@ TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
         const char* answer;
         bool accept;
         int limit;
-    } cases[] = {{"1", true, 2}, {"50", true, 10}, {"", true, 4}, {"6", false, 4}, {"6", true, 6}};
+        bool timeout; // the time runs out while the box is open: the window goes after the answer
+    } cases[] = {{"1", true, 2, false}, {"50", true, 10, false}, {"", true, 4, false},
+                 {"6", false, 4, false}, {"6", true, 6, false}, {"3", true, 3, true}};
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.answer);
         regwrite("Message Duration", "4");
         closemessagewindow();
-        showmessage(caller.get(), QStringLiteral("x"));
-        QPointer<MessageWindow> w = MessageWindow::current();
-        ASSERT_TRUE(w);
+        QPointer<MessageWindow> w = show(QStringLiteral("x"));
+        test::DialogDriver driver;
         QString prompt, offered;
-        QTimer driver;
-        QObject::connect(&driver, &QTimer::timeout, [&] {
-            if (auto* box = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
-                prompt = box->labelText();
-                offered = box->textValue();
-                box->setTextValue(QString::fromLatin1(c.answer));
-                c.accept ? box->accept() : box->reject();
-            }
+        driver.on<QInputDialog>([&](QInputDialog* box) {
+            prompt = box->labelText();
+            offered = box->textValue();
+            for (int i = 0; c.timeout && i < 4; ++i)
+                w->tick();
+            EXPECT_TRUE(w);
+            box->setTextValue(QString::fromLatin1(c.answer));
+            c.accept ? box->accept() : box->reject();
         });
-        driver.start(10);
         QTest::mouseClick(w->textbox()->viewport(), Qt::LeftButton);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !prompt.isEmpty(); }, 2000)) << c.answer;
+        ASSERT_TRUE(QTest::qWaitFor([&] { return driver.answered == 1; }, 2000));
         QApplication::processEvents();
         EXPECT_EQ(prompt, QStringLiteral("Enter new info message display duration [2-10 seconds]."));
         EXPECT_EQ(offered, QStringLiteral("4"));
-        ASSERT_TRUE(w) << c.answer;
-        EXPECT_EQ(w->messagelimit(), c.limit) << c.answer;
-        EXPECT_EQ(regread("Message Duration"), std::to_string(c.limit)) << c.answer;
+        EXPECT_EQ(regread("Message Duration"), std::to_string(c.limit));
+        if (c.timeout)
+            EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 2000));
+        else
+            EXPECT_EQ(w->messagelimit(), c.limit);
     }
 }
-
-TEST_F(MessageFixture, TheTimeRunningOutDuringTheDurationBoxClosesAfterTheAnswer)
-{
-    regwrite("Message Duration", "2");
-    showmessage(caller.get(), QStringLiteral("x"));
-    QPointer<MessageWindow> w = MessageWindow::current();
-    ASSERT_TRUE(w);
-    bool answered = false;
-    QTimer driver;
-    QObject::connect(&driver, &QTimer::timeout, [&] {
-        if (auto* box = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
-            w->tick();
-            w->tick(); // the limit is reached while the box is open
-            EXPECT_TRUE(w);
-            box->setTextValue(QStringLiteral("3"));
-            box->accept();
-            answered = true;
-        }
-    });
-    driver.start(10);
-    QTest::mouseClick(w->textbox()->viewport(), Qt::LeftButton);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return answered; }, 2000));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 2000));
-    EXPECT_EQ(MessageWindow::current(), nullptr);
-    EXPECT_EQ(regread("Message Duration"), "3");
-}
-
-TEST(Title, EighteenBlanksBehindTheName)
-{
-    EXPECT_EQ(std::string(programtitle), "Kelvane" + std::string(18, ' '));
-    EXPECT_EQ(titletext().size(), 25);
-}
-
-// ---------------------------------------------------------------------------------------------
-// Always On Top
-
-namespace {
-struct ToolWindow {
-    std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
-    QCheckBox* check = new QCheckBox(QStringLiteral("Always On Top"), window.get());
-};
-} // namespace
 
 TEST(AlwaysOnTop, ReleasingOneKeepsTheOthersThatAskedOnTop)
 {
     MachineState& st = machinestate();
-    ToolWindow memory, devices, ports;
+    struct Tool {
+        std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
+        QCheckBox* check = new QCheckBox(QStringLiteral("Always On Top"), window.get());
+    } memory, devices, ports;
     connectalwaysontop(2, memory.window.get(), memory.check);
     connectalwaysontop(5, devices.window.get(), devices.check);
     connectalwaysontop(20, ports.window.get(), ports.check);
     st.Form2 = st.Form5 = st.Form20 = true;
-    for (ToolWindow* t : {&memory, &devices, &ports})
+    for (Tool* t : {&memory, &devices, &ports})
         t->window->show();
-
     memory.check->setChecked(true);
     devices.check->setChecked(true);
-    EXPECT_TRUE(istopmost(memory.window.get()));
-    EXPECT_TRUE(istopmost(devices.window.get()));
+    EXPECT_TRUE(istopmost(memory.window.get()) && istopmost(devices.window.get()));
     EXPECT_FALSE(istopmost(ports.window.get()));
-    EXPECT_TRUE(memory.window->isVisible());
-
-    // Something took the memory editor out of the top layer; releasing the devices puts it back
-    // because its box is set, and leaves the ports editor (box clear) alone.
+    // Releasing the devices puts the memory editor back on top (its box is set) and leaves the
+    // ports editor (box clear) alone; a window whose open flag is clear is not touched.
     memory.window->setWindowFlag(Qt::WindowStaysOnTopHint, false);
     devices.check->setChecked(false);
     EXPECT_FALSE(istopmost(devices.window.get()));
     EXPECT_TRUE(istopmost(memory.window.get()));
     EXPECT_FALSE(istopmost(ports.window.get()));
     EXPECT_TRUE(devices.window->isVisible());
-
-    // A window whose open flag is clear is not touched.
     memory.window->setWindowFlag(Qt::WindowStaysOnTopHint, false);
     st.Form2 = false;
     ports.check->setChecked(true);
     ports.check->setChecked(false);
     EXPECT_FALSE(istopmost(memory.window.get()));
-
     st.Form2 = st.Form5 = st.Form20 = false;
 }
