@@ -1,8 +1,10 @@
 #include "shell/help.h"
 
 #include "shell/messages.h"
+#include "shell/printing.h"
 
 #include <QFontDatabase>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPointer>
 
@@ -249,6 +251,11 @@ HelpWindow::HelpWindow(QWidget* parent)
     text1_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     text1_->setPlainText(helptext());
     setCentralWidget(text1_);
+    // "&Print": the manual in the fixed-pitch printer font, titled as the window.
+    QAction* menuprint = menuBar()->addAction(QStringLiteral("&Print"));
+    menuprint->setObjectName(QStringLiteral("menuprint"));
+    connect(menuprint, &QAction::triggered, this,
+            [this] { printsource(this, windowTitle(), printabletext(text1_->toPlainText())); });
     const QFontMetrics fm(text1_->font());
     resize(fm.horizontalAdvance(QString(80, QLatin1Char('M'))) + 40, fm.lineSpacing() * 36);
 }
