@@ -157,12 +157,15 @@ void PanelHooks::ekran(MachineState& st)
 
 void PanelHooks::logrow(const MachineState& st, int32_t address)
 {
-    // Composed once, in place in the log's block (or a scratch row when no file is open).
+    // The log's writer composes the file's row; the viewer's is composed here while it takes rows.
     SimLog& log = form_.simlog();
-    char* row = log.rowspace();
-    char* end = putlogrow(row, st, address);
-    toolrouter().logadd(std::string_view(row, static_cast<size_t>(end - row)));
-    log.endrow(end);
+    if (log.isopen())
+        log.row(st, address);
+    ToolRouter& router = toolrouter();
+    if (router.viewertakes()) {
+        char row[logrowmax];
+        router.logadd(std::string_view(row, static_cast<size_t>(putlogrow(row, st, address) - row)));
+    }
 }
 
 void PanelHooks::toolrefresh(MachineState& st)
@@ -353,6 +356,10 @@ void Form1::buildpanel()
     auto frame = [&](const char* name, const char* caption) {
         auto* g = new QGroupBox(caption);
         g->setObjectName(name);
+        // The caption is bold and stands 8 pixels in: the frame is at least that wide.
+        QFont bold = g->font();
+        bold.setBold(true);
+        g->setMinimumWidth(QFontMetrics(bold).horizontalAdvance(QString::fromLatin1(caption)) + 24);
         watch(g);
         auto* grid = new QGridLayout(g);
         grid->setHorizontalSpacing(8);
@@ -402,7 +409,7 @@ void Form1::buildpanel()
             v->setProperty("role", "wide");
             v->setFont(widefont);
             v->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-            v->setMinimumWidth(QFontMetrics(widefont).horizontalAdvance(QString(11, '8')) + 16);
+            v->setText(QStringLiteral("-2147483648")); // sized below for the widest count
             watch(v);
             grid4->addWidget(cap, row * 2, 0);
             grid4->addWidget(v, row * 2 + 1, 0);
@@ -504,6 +511,7 @@ void Form1::buildpanel()
         if (v) {
             v->ensurePolished();
             v->setFixedSize(v->sizeHint().expandedTo(v->minimumSize()));
+            v->clear();
         }
 
     // Frame10 with the entry box: hidden except during an entry.

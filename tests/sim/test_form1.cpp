@@ -589,7 +589,7 @@ TEST_F(Form1Test, ThePanelKeepsItsSizeForLongPathsAndWideCounts)
     for (const char* counter : {"qinst", "qtaktvreme"}) {
         QLabel* l = form->label(counter);
         EXPECT_EQ(l->text().size(), 11);
-        EXPECT_LE(l->fontMetrics().horizontalAdvance(l->text()), l->contentsRect().width()) << counter;
+        EXPECT_LE(l->sizeHint().width(), l->width()) << counter; // border, padding and indent too
     }
 }
 
