@@ -157,26 +157,20 @@ bool Translator::parseliteral(std::string& text, int32_t type) const
     }
     if (negative)
         value = -value;
-    switch (type) {
-    case integertype:
-        if (value < -32768 || value > 32767)
-            return false;
-        if (value < 0)
-            value += 65536;
-        break;
-    case shorttype:
-        if (value < -128 || value > 255)
-            return false;
-        if (value < 0)
-            value += 256;
-        break;
-    case booleantype:
-        if (value < 0 || value > 1)
-            return false;
-        break;
-    default:
+    // The range of a literal in each type; a negative value stands in its two's complement.
+    struct Range {
+        int32_t type, low, high, wrap;
+    };
+    static constexpr Range ranges[] = {
+        {integertype, -32768, 32767, 65536}, {shorttype, -128, 255, 256}, {booleantype, 0, 1, 0}};
+    const Range* range = nullptr;
+    for (const Range& r : ranges)
+        if (r.type == type)
+            range = &r;
+    if (range == nullptr || value < range->low || value > range->high)
         return false;
-    }
+    if (value < 0)
+        value += range->wrap;
     text = std::to_string(value);
     return true;
 }

@@ -172,6 +172,45 @@ void Translator::wordstore()
         emitcode(line);
 }
 
+bool Translator::pushed(bool generated)
+{
+    if (generated)
+        emitcode("PUSH H");
+    return generated;
+}
+
+bool Translator::popped(bool generated)
+{
+    if (generated)
+        emitcode("POP D");
+    return generated;
+}
+
+// The byte in A to the address on the stack: into an Integer without its sign extended.
+void Translator::storebyte(int32_t type)
+{
+    if (type == integertype) {
+        emitcode("MOV L,A");
+        emitcode("MVI H,00H");
+    }
+    emitcode("POP D");
+    if (type == integertype)
+        wordstore();
+    else
+        emitcode("STAX D");
+}
+
+// The value in HL to the address in DE: a word for an Integer, the low byte otherwise.
+void Translator::storebytype(int32_t type)
+{
+    if (type == integertype) {
+        wordstore();
+    } else {
+        emitcode("MOV A,L");
+        emitcode("STAX D");
+    }
+}
+
 // x = y, converting between Integer and Short.
 bool Translator::assignop()
 {
@@ -183,77 +222,50 @@ bool Translator::assignop()
         return fail(": Incorrect argument.");
     if (s != notype && s != d && (s == booleantype || d == booleantype))
         return fail(": Boolean variables can not be used in data type conversions.");
-    if (!addrbytype(d, x))
+    if (!pushed(addrbytype(d, x)) || !popped(loadbytype(s == notype ? d : s, y)))
         return false;
-    emitcode("PUSH H");
-    if (!loadbytype(s == notype ? d : s, y))
-        return false;
-    emitcode("POP D");
-    if (d == integertype) {
-        wordstore();
-    } else {
-        emitcode("MOV A,L");
-        emitcode("STAX D");
-    }
+    storebytype(d);
     return true;
 }
 
-// x = a op b at 16 bits, DE = a and HL = b; a Short result is stored as its low byte.
-bool Translator::arithop()
+// x = a op b of arithmetic and logic: the arguments' types, then the address of x on the stack,
+// a in DE and b in HL.
+bool Translator::twooperands(int32_t d)
 {
-    const std::string& x = tokens_[1];
-    const int32_t d = vartype(x);
-    if (d == notype)
-        return fail(": The result of arithmetic operation must be a valid variable.");
-    if (d == booleantype)
-        return fail(": The result of arithmetic operation can not be a boolean variable.");
     if (vartype(tokens_[3]) != notype && vartype(tokens_[3]) != d)
         return fail(": The first argument must be of the same type as result.");
     if (vartype(tokens_[5]) != notype && vartype(tokens_[5]) != d)
         return fail(": The second argument must be of the same type as result.");
-    if (!addrbytype(d, x))
+    return pushed(addrbytype(d, tokens_[1])) && pushed(loadbytype(d, tokens_[3])) && popped(loadbytype(d, tokens_[5]));
+}
+
+// At 16 bits; a Short result is stored as its low byte.
+bool Translator::arithop()
+{
+    const int32_t d = vartype(tokens_[1]);
+    if (d == notype)
+        return fail(": The result of arithmetic operation must be a valid variable.");
+    if (d == booleantype)
+        return fail(": The result of arithmetic operation can not be a boolean variable.");
+    if (!twooperands(d))
         return false;
-    emitcode("PUSH H");
-    if (!loadbytype(d, tokens_[3]))
-        return false;
-    emitcode("PUSH H");
-    if (!loadbytype(d, tokens_[5]))
-        return false;
-    emitcode("POP D");
     const OperatorLines& op = lookup(arithmetic, tokens_[4]);
     for (const char* line : op.lines)
         emitcode(line);
     if (op.flag != 0)
         routineused_[static_cast<size_t>(op.flag)] = true;
     emitcode("POP D");
-    if (d == integertype) {
-        wordstore();
-    } else {
-        emitcode("MOV A,L");
-        emitcode("STAX D");
-    }
+    storebytype(d);
     return true;
 }
 
 bool Translator::logicop()
 {
-    const std::string& x = tokens_[1];
-    const int32_t d = vartype(x);
+    const int32_t d = vartype(tokens_[1]);
     if (d != shorttype && d != booleantype)
         return fail(": The result of logic operation must be boolean or short data type.");
-    if (vartype(tokens_[3]) != notype && vartype(tokens_[3]) != d)
-        return fail(": The first argument must be of the same type as result.");
-    if (vartype(tokens_[5]) != notype && vartype(tokens_[5]) != d)
-        return fail(": The second argument must be of the same type as result.");
-    if (!addrbytype(d, x))
+    if (!twooperands(d))
         return false;
-    emitcode("PUSH H");
-    if (!loadbytype(d, tokens_[3]))
-        return false;
-    emitcode("PUSH H");
-    if (!loadbytype(d, tokens_[5]))
-        return false;
-    emitcode("POP D");
     emitcode("MOV A,E");
     for (const char* line : lookup(logic, tokens_[4]).lines)
         emitcode(line);
@@ -270,12 +282,9 @@ bool Translator::notop()
         return fail(": The result of NOT operation must be boolean or short data type.");
     if (vartype(tokens_[4]) != notype && vartype(tokens_[4]) != d)
         return fail(": The argument of NOT operation must be of the same type as result.");
-    if (!addrbytype(d, x))
+    if (!pushed(addrbytype(d, x)) || !popped(loadbytype(d, tokens_[4])))
         return false;
-    emitcode("PUSH H");
-    if (!loadbytype(d, tokens_[4]))
-        return false;
-    for (const char* line : {"POP D", "MOV A,L", "CMA", "STAX D"})
+    for (const char* line : {"MOV A,L", "CMA", "STAX D"})
         emitcode(line);
     return true;
 }
@@ -343,18 +352,10 @@ bool Translator::getop()
         return fail(": Incorrect argument.");
     if (d == booleantype)
         return fail(": Boolean data type is not allowed in this statement.");
-    if (!addrbytype(d, x))
+    if (!pushed(addrbytype(d, x)))
         return false;
-    emitcode("PUSH H");
     emitcode("IN " + asmhexbyte(std::stoi(port)) + "H");
-    if (d == integertype) {
-        for (const char* line : {"MOV L,A", "MVI H,00H", "POP D"})
-            emitcode(line);
-        wordstore();
-    } else {
-        emitcode("POP D");
-        emitcode("STAX D");
-    }
+    storebyte(d);
     return true;
 }
 
@@ -367,20 +368,10 @@ bool Translator::peekop()
     const int32_t a = vartype(address);
     if ((d != integertype && d != shorttype) || a == booleantype)
         return fail(": Incorrect argument.");
-    if (!addrbytype(d, x))
-        return false;
-    emitcode("PUSH H");
-    if (!(a == shorttype ? shortload(address) : integerload(address)))
+    if (!pushed(addrbytype(d, x)) || !loadbytype(a == shorttype ? a : integertype, address))
         return false;
     emitcode("MOV A,M");
-    if (d == integertype) {
-        for (const char* line : {"MOV L,A", "MVI H,00H", "POP D"})
-            emitcode(line);
-        wordstore();
-    } else {
-        emitcode("POP D");
-        emitcode("STAX D");
-    }
+    storebyte(d);
     return true;
 }
 
@@ -392,10 +383,8 @@ bool Translator::pokeop()
     const int32_t t = vartype(v);
     if (a == booleantype || t == booleantype)
         return fail(": Incorrect argument.");
-    if (!(a == shorttype ? shortload(address) : integerload(address)))
-        return false;
-    emitcode("PUSH H");
-    if (!(t == shorttype ? shortload(v) : integerload(v)))
+    if (!pushed(loadbytype(a == shorttype ? a : integertype, address)) ||
+        !loadbytype(t == shorttype ? t : integertype, v))
         return false;
     for (const char* line : {"MOV A,L", "POP D", "STAX D"})
         emitcode(line);
@@ -446,23 +435,16 @@ bool Translator::comparison(int32_t type, const std::string& target)
     if (type == booleantype) {
         if (op != "=" && op != "<>")
             return fail(": Operand not allowed for boolean data type.");
-        if (!booleanload(tokens_[2]))
+        if (!pushed(booleanload(tokens_[2])) || !popped(booleanload(tokens_[4])))
             return false;
-        emitcode("PUSH H");
-        if (!booleanload(tokens_[4]))
-            return false;
-        for (const char* line : {"POP D", "MOV A,E", "SUB L"})
-            emitcode(line);
+        emitcode("MOV A,E");
+        emitcode("SUB L");
         emitcode((op == "=" ? "JNZ " : "JZ ") + target);
         return true;
     }
     routineused_[4] = true;
-    if (!loadbytype(type, tokens_[2]))
+    if (!pushed(loadbytype(type, tokens_[2])) || !popped(loadbytype(type, tokens_[4])))
         return false;
-    emitcode("PUSH H");
-    if (!loadbytype(type, tokens_[4]))
-        return false;
-    emitcode("POP D");
     emitcode(*lookup(comparisons, op).lines.begin());
     emitcode("MOV A,H");
     emitcode("ORA L");

@@ -151,27 +151,21 @@ bool Translator::forop()
         tokens_[8] = "1";
     const std::string& variable = tokens_[2];
     const std::string& step = tokens_[8];
-    const auto integeroperand = [this](size_t k) { return vartype(tokens_[k]) == notype || vartype(tokens_[k]) == integertype; };
+    const auto integeroperand = [this](size_t k) {
+        return vartype(tokens_[k]) == notype || vartype(tokens_[k]) == integertype;
+    };
     if (vartype(variable) != integertype || !integeroperand(4) || !integeroperand(6) || !integeroperand(8))
         return fail(": Variables in For statement must be integers.");
-    if (!integeraddr(variable))
+    if (!pushed(integeraddr(variable)) || !popped(integerload(tokens_[4])))
         return false;
-    emitcode("PUSH H");
-    if (!integerload(tokens_[4]))
-        return false;
-    emitcode("POP D");
     wordstore();
     std::string top = codelabel();
     std::string exit = codelabel();
     forstack_.push_back({top, exit, variable, step});
     emitlabelled(top, "NOP");
     routineused_[4] = true;
-    if (!integerload(variable))
+    if (!pushed(integerload(variable)) || !popped(integerload(tokens_[6])))
         return false;
-    emitcode("PUSH H");
-    if (!integerload(tokens_[6]))
-        return false;
-    emitcode("POP D");
     // The direction of the test follows the step's text alone.
     emitcode(step.starts_with('-') ? "CALL C004" : "CALL C006");
     emitcode("MOV A,H");
@@ -188,20 +182,15 @@ bool Translator::nextop()
     const std::string& variable = tokens_[2];
     if (variable != entry.variable)
         return fail(": Incorrect argument.");
-    if (!integeraddr(variable))
-        return false;
-    emitcode("PUSH H");
-    if (!integerload(variable))
+    if (!pushed(integeraddr(variable)) || !integerload(variable))
         return false;
     if (entry.step == "1" || entry.step == "-1") {
         emitcode("POP D");
         emitcode(entry.step == "1" ? "INX H" : "DCX H");
     } else {
         const bool down = entry.step.starts_with('-');
-        emitcode("PUSH H");
-        if (!integerload(down ? entry.step.substr(1) : entry.step))
+        if (!pushed(true) || !popped(integerload(down ? entry.step.substr(1) : entry.step)))
             return false;
-        emitcode("POP D");
         if (down) {
             routineused_[1] = true;
             emitcode("CALL S001");

@@ -146,6 +146,11 @@ private:
     bool booleanaddr(const std::string& token);
     bool booleanload(const std::string& token);
     bool loadbytype(int32_t type, const std::string& token);
+    bool pushed(bool generated);
+    bool popped(bool generated);
+    void storebytype(int32_t type);
+    void storebyte(int32_t type);
+    bool twooperands(int32_t d);
     bool addrbytype(int32_t type, const std::string& token);
     int32_t testtype();
     bool comparison(int32_t type, const std::string& target);

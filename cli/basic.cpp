@@ -41,8 +41,10 @@ int basiccommand(const std::vector<std::string>& args)
     std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (!in.good() && !in.eof())
         return refuse("can't read the source file " + args[0]);
-    if (text.empty())
-        return refuse("The editor is empty.");
+    if (text.empty()) {
+        std::fprintf(stderr, "The editor is empty.\n"); // as the window refuses an empty editor
+        return 2;
+    }
     const std::string asmname = kelvane::basic::basicasmname(name);
     if (asmname == name)
         return refuse("the output " + asmname + " would replace the source");

@@ -49,7 +49,7 @@ class Basic(unittest.TestCase):
         cases = [  # source bytes, name, exit status, standard error
             (b'End\nWend\n', 'p.bas', 1, 'Error in line 2: Wend without While.\n'),
             (b'While True', 'p.bas', 1, 'Error in line 2: Wend is missing.\n'),
-            (b'', 'p.bas', 2, 'kelvane-cli basic: The editor is empty.\n'),
+            (b'', 'p.bas', 2, 'The editor is empty.\n'),
             (b'End', 'p.asm', 2, 'kelvane-cli basic: the output p.asm would replace the source\n'),
         ]
         for source, name, status, message in cases:
