@@ -374,6 +374,7 @@ void Form5::closeEvent(QCloseEvent* event)
     savewindowposition(this, 5);
     savedevices();
     painttimer_->stop();
+    scheduled_ = false;
     toolrouter().closed(Tool::Form5);
     event->accept();
 }
@@ -437,8 +438,9 @@ void Form5::schedule(unsigned bits)
         flush();
         return;
     }
-    if (!painttimer_->isActive()) {
-        // One repaint per frame of the display.
+    if (!scheduled_) {
+        // One repaint per frame of the display; until then a device's byte only marks it due.
+        scheduled_ = true;
         const QScreen* s = screen();
         const double hz = s ? s->refreshRate() : 60.0;
         painttimer_->start(std::clamp(static_cast<int>(1000.0 / (hz > 0 ? hz : 60.0)), 8, 40));
@@ -448,6 +450,7 @@ void Form5::schedule(unsigned bits)
 void Form5::flush()
 {
     painttimer_->stop();
+    scheduled_ = false;
     const unsigned bits = pending_;
     pending_ = 0;
     for (int n = 1; n <= 4; ++n)

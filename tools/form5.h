@@ -96,6 +96,7 @@ private:
     QCheckBox* check1_ = nullptr;
     QTimer* painttimer_ = nullptr;
     unsigned pending_ = 0; // bit n: device n (5: the terminal) waits for its repaint
+    bool scheduled_ = false; // the repaint timer runs
 };
 
 } // namespace kelvane
