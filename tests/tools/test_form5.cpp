@@ -340,6 +340,7 @@ TEST_F(Form5Test, InputValueChangeRedrawsTheOpenPortsEditorUnderItsOption)
     form->optioninclick(1);
     for (const char* option : {"ON", "OFF"}) {
         st().optrefreshmemory = option;
+        toolrouter().opened(Tool::Form20, &stand, &editor); // a fresh editor, waiting for no frame
         editor.prints = 0;
         QTest::mouseClick(form->lamp(1, 3), Qt::LeftButton);
         EXPECT_EQ(editor.prints, std::string(option) == "ON" ? 1 : 0) << option;
