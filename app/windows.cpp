@@ -1,5 +1,6 @@
 #include "app/windows.h"
 
+#include "assembler/ui/form6.h"
 #include "sim/toolrouter.h"
 #include "tools/form2.h"
 #include "tools/form20.h"
@@ -14,6 +15,7 @@ namespace kelvane {
 void registerwindows()
 {
     [[maybe_unused]] ToolRouter& r = toolrouter();
+    r.setfactory(Tool::Form6, [] { return new Form6; });
     r.setfactory(Tool::Form2, [] { return new Form2; });
     r.setfactory(Tool::Form20, [] { return new Form20; });
     r.setfactory(Tool::Form5, [] { return new Form5; });
