@@ -35,8 +35,11 @@ public:
     bool toolsopen = false;
     virtual void toolrefresh(MachineState& st) { (void)st; }
 
-    // The module slots hold live objects: objectrefresh after each instruction.
+    // The module slots hold live objects. modulesactive: some module answers objectrefresh, which
+    // is called after each instruction, and readio/writeio on IN and OUT. modulesio: the modules
+    // answer readio or writeio only, so IN and OUT reach them while an instruction costs nothing.
     bool modulesactive = false;
+    bool modulesio = false;
 
     // Let pending window events run.
     virtual void pumpevents() {}

@@ -23,16 +23,22 @@ void logtransfer(MachineState& st, int32_t port, int32_t value, const char* dire
     st.iologwritten = true;
 }
 
-template <typename Fn>
-void eachmodule(MachineState& st, Fn fn)
+// readio or writeio of each module in slot order, all on one pair of cells: a later module is
+// told what an earlier one left. A call that fails leaves the cells as they were before it.
+void eachmodule(MachineState& st, void (ModuleObject::*method)(int32_t&, int32_t&), int32_t& port, int32_t& value)
 {
     for (size_t i = 0; i < 5; ++i) {
         if (st.moduletext[i] == "OFF" || !st.moduleobject[i])
             continue;
+        int32_t p = port;
+        int32_t v = value;
         try {
-            fn(*st.moduleobject[i]);
+            ((*st.moduleobject[i]).*method)(p, v);
         } catch (...) {
+            continue;
         }
+        port = p;
+        value = v;
     }
 }
 
@@ -48,13 +54,9 @@ int32_t portread(MachineState& st, MachineHooks& hooks, int32_t port)
 {
     freshenpanelvalues(st);
     int32_t v = -1;
-    if (hooks.modulesactive) {
-        eachmodule(st, [&](ModuleObject& m) {
-            int32_t p = port;
-            int32_t value = v;
-            m.readio(p, value);
-            v = value;
-        });
+    if (hooks.modulesactive || hooks.modulesio) {
+        int32_t cell = port; // a module may change it; the instruction's own port goes on below
+        eachmodule(st, &ModuleObject::readio, cell, v);
     }
     if (v < 0) {
         v = st.ports[static_cast<size_t>(port)];
@@ -103,13 +105,8 @@ void portwrite(MachineState& st, MachineHooks& hooks, int32_t port, int32_t valu
         if (st.optrefreshmemory == "ON" && st.Form20)
             hooks.ioprint(st);
     }
-    if (hooks.modulesactive) {
-        eachmodule(st, [&](ModuleObject& m) {
-            int32_t p = port;
-            int32_t v = value;
-            m.writeio(p, v);
-        });
-    }
+    if (hooks.modulesactive || hooks.modulesio)
+        eachmodule(st, &ModuleObject::writeio, port, value);
 }
 
 } // namespace kelvane
