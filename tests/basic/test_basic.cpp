@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 using namespace kelvane::basic;
@@ -68,8 +69,9 @@ TEST(BasicLanguage, Literals)
         std::string text = f[1];
         const bool ok = t.parseliteral(text, types.at(f[0]));
         EXPECT_EQ(ok ? text : "-", f[2]) << f[0] << " " << f[1];
-        if (!ok)
+        if (!ok) {
             EXPECT_EQ(text, f[1]) << "a refused literal is left as it was";
+        }
     }
 }
 
