@@ -316,11 +316,20 @@ bool Translator::bitop(bool set)
     return true;
 }
 
+// A port as written after "IN " and "OUT ": "0FEH".
+bool Translator::porttext(std::string text, std::string& port)
+{
+    if (!parseliteral(text, shorttype))
+        return fail(": Incorrect port number.");
+    port = asmhexbyte(std::stoi(text)) + "H";
+    return true;
+}
+
 bool Translator::putop()
 {
-    std::string port = withoutcomma(tokens_[2]);
-    if (!parseliteral(port, shorttype))
-        return fail(": Incorrect port number.");
+    std::string port;
+    if (!porttext(withoutcomma(tokens_[2]), port))
+        return false;
     const std::string& v = tokens_[3];
     switch (vartype(v)) {
     case notype: {
@@ -337,15 +346,15 @@ bool Translator::putop()
             return false;
         emitcode("MOV A,L");
     }
-    emitcode("OUT " + asmhexbyte(std::stoi(port)) + "H");
+    emitcode("OUT " + port);
     return true;
 }
 
 bool Translator::getop()
 {
-    std::string port = inner(tokens_[3]);
-    if (!parseliteral(port, shorttype))
-        return fail(": Incorrect port number.");
+    std::string port;
+    if (!porttext(inner(tokens_[3]), port))
+        return false;
     const std::string& x = tokens_[1];
     const int32_t d = vartype(x);
     if (d == notype)
@@ -354,7 +363,7 @@ bool Translator::getop()
         return fail(": Boolean data type is not allowed in this statement.");
     if (!pushed(addrbytype(d, x)))
         return false;
-    emitcode("IN " + asmhexbyte(std::stoi(port)) + "H");
+    emitcode("IN " + port);
     storebyte(d);
     return true;
 }

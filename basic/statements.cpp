@@ -208,10 +208,8 @@ bool Translator::nextop()
 
 bool Translator::printop()
 {
-    std::string port = tokens_[2].substr(0, tokens_[2].size() - 1);
-    if (!parseliteral(port, shorttype))
-        return fail(": Incorrect port number.");
-    port_ = asmhexbyte(std::stoi(port)) + "H";
+    if (!porttext(tokens_[2].substr(0, tokens_[2].size() - 1), port_))
+        return false;
 
     std::string joined;
     for (size_t k = 3; k <= tokencount; ++k) {

@@ -154,6 +154,7 @@ private:
     bool addrbytype(int32_t type, const std::string& token);
     int32_t testtype();
     bool comparison(int32_t type, const std::string& target);
+    bool porttext(std::string text, std::string& port);
     bool printitem(const std::string& item);
     bool printvalue(const std::string& item);
     void digitblock(std::string& endlabel);
