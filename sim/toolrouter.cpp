@@ -103,6 +103,7 @@ void ToolRouter::opened(Tool t, QWidget* w, ToolWindow* calls)
     Slot& s = slot(t);
     s.window = w;
     s.calls = calls;
+    forgetdue(t);
     if (bool* flag = openflag(machinestate(), t))
         *flag = true;
     recompute();
@@ -113,6 +114,7 @@ void ToolRouter::closed(Tool t)
     Slot& s = slot(t);
     s.window = nullptr;
     s.calls = nullptr;
+    forgetdue(t);
     if (bool* flag = openflag(machinestate(), t))
         *flag = false;
     recompute();
@@ -137,7 +139,7 @@ void ToolRouter::recompute()
     MachineHooks& hooks = machinehooks();
     refreshmemory_ = st.optrefreshmemory == "ON" && (st.Form2 || st.Form20);
     refreshbreakpoints_ = st.optrefreshbreakpoints == "ON" && st.Form8;
-    hooks.toolsopen = refreshmemory_ || refreshbreakpoints_;
+    settoolsopen();
     const ToolWindow* viewer = tool(Tool::Form16);
     viewertakes_ = viewer && viewer->takesrows();
     hooks.wantlog = logfileopen_ || viewertakes_;
@@ -163,14 +165,46 @@ void ToolRouter::toolrefresh(MachineState& st)
 
 void ToolRouter::memorijaprint()
 {
-    if (ToolWindow* w = tool(Tool::Form2))
+    if (memorydue_)
+        return; // the editor's next frame shows what memory holds then
+    if (ToolWindow* w = tool(Tool::Form2)) {
+        memorydue_ = true;
+        settoolsopen();
         w->memorijaprint();
+    }
 }
 
 void ToolRouter::ioprint()
 {
-    if (ToolWindow* w = tool(Tool::Form20))
+    if (portsdue_)
+        return;
+    if (ToolWindow* w = tool(Tool::Form20)) {
+        portsdue_ = true;
+        settoolsopen();
         w->ioprint();
+    }
+}
+
+void ToolRouter::redrawn(Tool t)
+{
+    forgetdue(t);
+    settoolsopen();
+}
+
+void ToolRouter::forgetdue(Tool t)
+{
+    if (t == Tool::Form2)
+        memorydue_ = false;
+    if (t == Tool::Form20)
+        portsdue_ = false;
+}
+
+void ToolRouter::settoolsopen()
+{
+    // Each condition a boolean: nothing is compared per instruction.
+    const MachineState& st = machinestate();
+    const bool editorwaits = (st.Form2 && !memorydue_) || (st.Form20 && !portsdue_);
+    machinehooks().toolsopen = refreshbreakpoints_ || (refreshmemory_ && editorwaits);
 }
 
 void ToolRouter::drawlines()

@@ -54,9 +54,10 @@ inline constexpr std::array<Tool, 10> flaggedtools = {Tool::Form2,  Tool::Form5,
 class ToolWindow {
 public:
     virtual ~ToolWindow() = default;
-    // Memory Editor: redraw the grid (may be deferred to the next paint).
+    // Memory Editor: redraw the grid. It may draw later (at its next frame) and then tells the
+    // router by redrawn(Tool::Form2) when it has; until then the router does not ask it again.
     virtual void memorijaprint() {}
-    // I/O Ports Editor: redraw the grid.
+    // I/O Ports Editor: redraw the grid; the same, with redrawn(Tool::Form20).
     virtual void ioprint() {}
     // Breakpoints Manager: the listing's lines and markers.
     virtual void drawlines() {}
@@ -124,6 +125,10 @@ public:
     void toolrefresh(MachineState& st); // after each instruction: drawlines, memorijaprint, ioprint
     void memorijaprint();               // when Form2 is open
     void ioprint();                     // when Form20 is open
+    // An editor has drawn what memorijaprint or ioprint asked: it is asked again from now on.
+    // While every open editor waits for its frame, the machine calls nothing for them after an
+    // instruction (toolsopen stays false unless another window follows each instruction).
+    void redrawn(Tool t);
     void drawlines();                   // when Form8 is open
     void logadd(std::string_view row);  // when the viewer takes rows
     void logclean();                    // when Form16 is open
@@ -151,6 +156,9 @@ private:
     bool logfileopen_ = false;
     bool viewertakes_ = false; // the viewer's takesrows() at the last recompute
     bool refreshmemory_ = false, refreshbreakpoints_ = false;
+    bool memorydue_ = false, portsdue_ = false; // an editor asked to redraw that has not drawn yet
+    void forgetdue(Tool t);
+    void settoolsopen();
 };
 
 ToolRouter& toolrouter();

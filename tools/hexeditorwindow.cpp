@@ -21,7 +21,12 @@ HexEditorWindow::HexEditorWindow(Tool tool, const QString& caption) : tool_(tool
     setWindowTitle(caption);
     setWindowFlag(Qt::MSWindowsFixedSizeDialogHint);
 
-    tabla_ = new HexGrid([this] { return viewvalues(); }, [this](int row) { return rowlabel(row); }, this);
+    // Every snapshot is a redraw done: the router may ask for the next one.
+    const auto snapshot = [this] {
+        toolrouter().redrawn(tool_);
+        return viewvalues();
+    };
+    tabla_ = new HexGrid(snapshot, [this](int row) { return rowlabel(row); }, this);
     Text1_ = new HexHeader(tabla_, this);
     connect(tabla_, &HexGrid::released, this, &HexEditorWindow::tabla_MouseUp);
 
@@ -33,8 +38,12 @@ HexEditorWindow::HexEditorWindow(Tool tool, const QString& caption) : tool_(tool
     unosbox_->setFrame(false);
     unosbox_->setContextMenuPolicy(Qt::NoContextMenu);
     unosbox_->setTextMargins(0, 0, 0, 0);
+    // The box over its cell: a frame and a tint of the selection colour.
+    const QColor h = palette().color(QPalette::Highlight), b = palette().color(QPalette::Base);
+    const QColor tint((h.red() + b.red() * 6) / 7, (h.green() + b.green() * 6) / 7, (h.blue() + b.blue() * 6) / 7);
     unosbox_->setStyleSheet(QStringLiteral("QLineEdit#unosbox { border: 1px solid palette(highlight); "
-                                           "background: palette(base); padding: 0px; }"));
+                                           "background: %1; padding: 0px; }")
+                                .arg(tint.name()));
     unosbox_->hide();
     unosbox_->installEventFilter(this);
 
@@ -116,7 +125,7 @@ void HexEditorWindow::placeentry(int row, int column)
     row_ = row;
     column_ = column;
     editaddress_ = celladdress(row, column);
-    QRect r = tabla_->cellrect(row, column);
+    QRect r = tabla_->entryrect(row, column);
     r.moveTopLeft(tabla_->mapTo(this, r.topLeft()));
     unosbox_->setGeometry(r);
     unosbox_->clear();

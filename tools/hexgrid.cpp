@@ -240,8 +240,9 @@ void HexHeader::paintEvent(QPaintEvent* event)
     (void)event;
     QPainter p(this);
     p.setPen(palette().color(QPalette::WindowText));
-    // Each character over the grid's columns: the digit of column c over the cell's second digit.
-    const int left = grid_->x() - x() + grid_->cellrect(0, 0).left();
+    // Each character over the grid's characters, half a character to the left, so that the digit
+    // of a column stands centred over the cell's two digits.
+    const int left = grid_->x() - x() + grid_->cellrect(0, 0).left() - grid_->characterwidth() / 2;
     const QFontMetrics fm(font());
     const int base = (height() - fm.height()) / 2 + fm.ascent();
     const QString text = headertext();

@@ -74,6 +74,8 @@ public:
     // Pixels within the table to units and back; the rectangle of a cell (column 0-16) in pixels.
     QPointF tounits(QPointF pixels) const;
     QRect cellrect(int row, int column) const;
+    // Where the entry box over a cell stands: the cell's width, centred on its two digits.
+    QRect entryrect(int row, int column) const { return cellrect(row, column).translated(-charwidth_ / 2, 0); }
     // A character's width and a line's height in pixels.
     int characterwidth() const { return charwidth_; }
     int lineheight() const { return lineheight_; }

@@ -235,7 +235,7 @@ TEST_F(Editors, EntryWalks)
             EXPECT_TRUE(editor->entrybox()->hasFocus());
             EXPECT_TRUE(editor->entrybox()->text().isEmpty());
             // The box stands over its cell.
-            QRect cell = editor->grid()->cellrect(w.boxrow, w.boxcolumn);
+            QRect cell = editor->grid()->entryrect(w.boxrow, w.boxcolumn);
             cell.moveTopLeft(editor->grid()->mapTo(editor, cell.topLeft()));
             EXPECT_EQ(editor->entrybox()->geometry(), cell);
         }

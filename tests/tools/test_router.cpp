@@ -27,19 +27,20 @@ std::string nameof(Tool t)
 }
 
 // A tool window that announces itself like a real one and writes down every call it answers.
+// It draws at once, unless told to draw at its next frame (and then tells the router when).
 class StandIn : public QWidget, public ToolWindow {
 public:
-    explicit StandIn(Tool t, bool takes = false) : tool_(t), takes_(takes)
+    explicit StandIn(Tool t, bool later = false) : tool_(t), later_(later)
     {
         setAttribute(Qt::WA_DeleteOnClose);
         toolrouter().opened(t, this, this);
     }
-    void memorijaprint() override { note("memorijaprint"); }
-    void ioprint() override { note("ioprint"); }
+    void memorijaprint() override { drawn("memorijaprint"); }
+    void ioprint() override { drawn("ioprint"); }
     void drawlines() override { note("drawlines"); }
     void logadd(std::string_view row) override { note("logadd " + std::string(row)); }
     void logclean() override { note("logclean"); }
-    bool takesrows() const override { return takes_; }
+    bool takesrows() const override { return false; }
     void devicerefresh(int n, int32_t value) override
     {
         note("devicerefresh " + std::to_string(n) + " " + std::to_string(value));
@@ -56,8 +57,14 @@ protected:
 
 private:
     void note(const std::string& what) { calls.push_back(nameof(tool_) + " " + what); }
+    void drawn(const std::string& what)
+    {
+        note(what);
+        if (!later_)
+            toolrouter().redrawn(tool_);
+    }
     Tool tool_;
-    bool takes_;
+    bool later_;
 };
 
 const std::initializer_list<Tool> everytool = {Tool::Form2,  Tool::Form5,  Tool::Form6,  Tool::Form8,  Tool::Form9,
@@ -207,6 +214,48 @@ TEST_F(Router, TheMachinesInstructionReachesTheEditorsThroughItsHooks)
     stepinstruction(st(), hooks);
     EXPECT_EQ(calls, (std::vector<std::string>{"Form20 ioprint", "Form2 memorijaprint", "Form20 ioprint"}));
     setmachinehooks(nullptr);
+}
+
+TEST_F(Router, AnEditorWaitingForItsFrameIsNotAskedAgain)
+{
+    // Both editors draw at their next frame; the breakpoints window follows each instruction too.
+    options("ON", "ON");
+    new StandIn(Tool::Form2, true);
+    new StandIn(Tool::Form20, true);
+    struct Step {
+        const char* what;
+        void (*act)();
+        std::vector<std::string> expected;
+        bool toolsopen; // after the step
+    };
+    const Step steps[] = {
+        {"instruction", [] { toolrouter().toolrefresh(st()); }, {"Form2 memorijaprint", "Form20 ioprint"}, false},
+        {"instruction while both wait", [] { toolrouter().toolrefresh(st()); }, {}, false},
+        {"Clear, OUT while both wait", [] { toolrouter().memorijaprint(); toolrouter().ioprint(); }, {}, false},
+        {"memory drawn", [] { toolrouter().redrawn(Tool::Form2); }, {}, true},
+        {"instruction", [] { toolrouter().toolrefresh(st()); }, {"Form2 memorijaprint"}, false},
+        {"ports drawn", [] { toolrouter().redrawn(Tool::Form20); }, {}, true},
+        {"OUT", [] { toolrouter().ioprint(); }, {"Form20 ioprint"}, false},
+        {"breakpoints window opened", [] { new StandIn(Tool::Form8); }, {}, true},
+        {"instruction", [] { toolrouter().toolrefresh(st()); }, {"Form8 drawlines"}, true},
+        {"memory editor closed and opened", [] { toolrouter().window(Tool::Form2)->close(); new StandIn(Tool::Form2, true); },
+         {"close Form2"}, true},
+        {"instruction", [] { toolrouter().toolrefresh(st()); }, {"Form8 drawlines", "Form2 memorijaprint"}, true},
+        {"breakpoints window closed", [] { toolrouter().window(Tool::Form8)->close(); }, {"close Form8"}, false},
+        {"refresh option off, both drawn",
+         [] {
+             options("OFF", "ON");
+             toolrouter().redrawn(Tool::Form2);
+             toolrouter().redrawn(Tool::Form20);
+         },
+         {}, false},
+    };
+    for (const Step& step : steps) {
+        calls.clear();
+        step.act();
+        EXPECT_EQ(calls, step.expected) << step.what;
+        EXPECT_EQ(machinehooks().toolsopen, step.toolsopen) << step.what;
+    }
 }
 
 TEST_F(Router, RedrawsGoOnlyToOpenWindows)
