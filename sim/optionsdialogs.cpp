@@ -79,14 +79,16 @@ QString applyultimateanswer(bool accepted, const QString& answer, bool* changed)
 bool menuclock_Click(MachineState& st, QWidget* parent)
 {
     bool ok = false;
-    const QString answer = inputbox(parent, QString::fromLatin1(clockprompt), QString::fromStdString(clocktext(st.clockmhz)), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(clockprompt),
+                                    QString::fromStdString(clocktext(st.clockmhz)), &ok);
     return applyclockanswer(st, ok, answer);
 }
 
 bool menuaddress_Click(MachineState& st, MachineHooks& hooks, QWidget* parent)
 {
     bool ok = false;
-    const QString answer = inputbox(parent, QString::fromLatin1(addressprompt), QString::fromStdString(hexword(st.startaddress)), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(addressprompt),
+                                    QString::fromStdString(hexword(st.startaddress)), &ok);
     bool changed = false;
     // A cancelled box answers with an empty text.
     const QString message = applyaddressanswer(st, hooks, ok ? answer : QString(), &changed);
@@ -102,7 +104,8 @@ bool menuultimaterefresh_Click(MachineState& st, QWidget* parent)
         return false;
     }
     bool ok = false;
-    const QString answer = inputbox(parent, QString::fromLatin1(ultimateprompt), QString::fromStdString(regread("Ultimate Timer")), &ok);
+    const QString answer = inputbox(parent, QString::fromLatin1(ultimateprompt),
+                                    QString::fromStdString(regread("Ultimate Timer")), &ok);
     bool changed = false;
     const QString message = applyultimateanswer(ok, answer, &changed);
     if (!message.isEmpty())

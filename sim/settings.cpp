@@ -267,7 +267,8 @@ void placewindow(QWidget* window, int number)
         return;
     const QRect area = screen->availableGeometry();
     const QSize size = window->frameGeometry().size();
-    placeclientarea(window, {area.x() + (area.width() - size.width()) / 2, area.y() + (area.height() - size.height()) / 2});
+    placeclientarea(window,
+                    {area.x() + (area.width() - size.width()) / 2, area.y() + (area.height() - size.height()) / 2});
 }
 
 void savewindowposition(QWidget* window, int number)

@@ -87,8 +87,8 @@ protected:
     {
         std::string e;
         for (const char* name : {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menustart",
-                                 "menuenablelogging", "menuclock", "menuaddress", "menuinlog", "menuhaltstopssimulation",
-                                 "menuconfirm", "menuultimaterefresh", "menuinprompt"})
+                                 "menuenablelogging", "menuclock", "menuaddress", "menuinlog",
+                                 "menuhaltstopssimulation", "menuconfirm", "menuultimaterefresh", "menuinprompt"})
             e += act(name)->isEnabled() ? '1' : '0';
         return e;
     }
@@ -310,7 +310,8 @@ TEST_P(InterruptInLoop, TheRoutineRuns)
     EXPECT_TRUE(ret == 1 || ret == 2) << ret;
 }
 
-INSTANTIATE_TEST_SUITE_P(Buttons, InterruptInLoop, ::testing::Values(std::pair{5, 3}, std::pair{6, 2}, std::pair{4, 3}));
+INSTANTIATE_TEST_SUITE_P(Buttons, InterruptInLoop,
+                         ::testing::Values(std::pair{5, 3}, std::pair{6, 2}, std::pair{4, 3}));
 
 TEST_F(Form1Test, ResetAtStepByStepCleansAndWaitsForStep)
 {
@@ -504,7 +505,8 @@ INSTANTIATE_TEST_SUITE_P(
                       EntryCase{"qfz", "0", &MachineState::fz, 0}, EntryCase{"qfs", "2", &MachineState::fs, -1},
                       EntryCase{"qfcy", "", &MachineState::fcy, 0}, EntryCase{"qfac", "x", &MachineState::fac, -1},
                       EntryCase{"qfp", "0", &MachineState::fp, 0}, EntryCase{"qsp", "G", &MachineState::sp, -1},
-                      EntryCase{"qsp", "12", &MachineState::sp, 0x12}, EntryCase{"qpc", "fff0", &MachineState::pc, 0xFFF0},
+                      EntryCase{"qsp", "12", &MachineState::sp, 0x12},
+                      EntryCase{"qpc", "fff0", &MachineState::pc, 0xFFF0},
                       EntryCase{"qpc", "12345", &MachineState::pc, 0x1234}));
 
 TEST_F(Form1Test, EscapeAndClicksElsewhereStoreNothing)

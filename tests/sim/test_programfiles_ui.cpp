@@ -133,7 +133,8 @@ TEST_F(FileMenuFixture, RefusalsLeaveEverythingAsItWas)
         const char* window;
     } cases[] = {
         {"bad.hex", "; comment\r\n:020000003E05BC\r\n", 2,
-         "Input program file in Intel Hex Format contains errors.\nLine number 2: Invalid 'checksum' field in the record.",
+         "Input program file in Intel Hex Format contains errors.\n"
+         "Line number 2: Invalid 'checksum' field in the record.",
          nullptr},
         {"missing.obj", nullptr, 1, "missing.obj", nullptr},
         {"missing.hex", nullptr, 2, "missing.hex", nullptr},
@@ -205,7 +206,8 @@ TEST_F(FileMenuFixture, AnExistingFileIsReplacedOnlyOnYesAndOnlyByACompleteOne)
     choose(target, 1);
     answeryes = false;
     EXPECT_FALSE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(questions, std::vector<QString>{QString::fromStdString("Do you want to overwrite existing file " + target + "?")});
+    const QString question = QString::fromStdString("Do you want to overwrite existing file " + target + "?");
+    EXPECT_EQ(questions, std::vector<QString>{question});
     EXPECT_TRUE(menus.empty());
     answeryes = true;
     // A write that fails halfway, for the superuser too: files may grow to 512 bytes only.
