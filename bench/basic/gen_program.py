@@ -37,7 +37,8 @@ def main():
             if t == 'Boolean':
                 return rng.choice(['True', 'False', '0', '1'])
             v = rng.randrange(100)
-            return rng.choice([str(v), '-%d' % v, '0%XH' % v, '0x%x' % v, '%%%s' % bin(v)[2:], '"%s"' % chr(65 + v % 26),
+            return rng.choice([str(v), '-%d' % v, '0%XH' % v, '0x%x' % v, '%%%s' % bin(v)[2:],
+                               '"%s"' % chr(65 + v % 26),
                                'c%d' % rng.randrange(50) if t == 'Integer' else str(v)])
         return rng.choice(scalars[t])
 
@@ -52,10 +53,12 @@ def main():
         if k < 3:
             stmt = '%s = %s' % (rng.choice(scalars[t]), operand(t))
         elif k < 5:
-            stmt = '%s = %s %s %s' % (rng.choice(scalars[t]), operand(t), rng.choice(['+', '-', '*', '/', 'Mod']), operand(t))
+            op = rng.choice(['+', '-', '*', '/', 'Mod'])
+            stmt = '%s = %s %s %s' % (rng.choice(scalars[t]), operand(t), op, operand(t))
         elif k == 5:
             tt = rng.choice(['Short', 'Boolean'])
-            stmt = '%s = %s %s %s' % (rng.choice(scalars[tt]), operand(tt), rng.choice(['And', 'Or', 'Xor', 'Nand']), operand(tt))
+            op = rng.choice(['And', 'Or', 'Xor', 'Nand'])
+            stmt = '%s = %s %s %s' % (rng.choice(scalars[tt]), operand(tt), op, operand(tt))
         elif k == 6:
             stmt = rng.choice(['%s = Not %s' % (rng.choice(scalars['Short']), operand('Short')),
                                'SetBit %s, %d' % (rng.choice(scalars['Short']), rng.randrange(8)),

@@ -13,7 +13,8 @@ python3 "$here/gen_program.py" 20000 2000 "$work/bench.bas"
 TIMEFORMAT="%R s wall, %U s user, %S s system"
 for i in $(seq 1 "$runs"); do
   echo -n "run $i: "
-  { time { "$cli" basic "$work/bench.bas" > "$work/out.txt" || { echo "exit status $?"; cat "$work/out.txt"; }; }; } 2>&1
+  { time { "$cli" basic "$work/bench.bas" > "$work/out.txt" ||
+           { echo "exit status $?"; cat "$work/out.txt"; }; }; } 2>&1
 done
 sed -n 2p "$work/out.txt"
 wc -c "$work/bench.bas" "$work/bench.asm" | sed 's|'"$work"'/||'

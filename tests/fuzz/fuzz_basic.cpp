@@ -21,14 +21,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         size_t count = 1;
         for (size_t at = 0; (at = first.find("\r\n", at)) != std::string::npos; at += 2)
             ++count;
-        if (!first.starts_with("; Begin\r\n\tLXI H,0FF00H\r\n\tLXI SP,") || !first.ends_with("\r\n; End of listing\r\n\t.END") ||
-            count != static_cast<size_t>(c.asmlinecount()) || c.compileerrorline != 0)
+        if (!first.starts_with("; Begin\r\n\tLXI H,0FF00H\r\n\tLXI SP,") ||
+            !first.ends_with("\r\n; End of listing\r\n\t.END") || count != static_cast<size_t>(c.asmlinecount()) ||
+            c.compileerrorline != 0)
             std::abort();
     } else {
         if (!first.starts_with("Error in line ") || first.find(": ") == std::string::npos)
             std::abort();
         const long line = std::strtol(first.c_str() + 14, nullptr, 10);
-        if (line < 1 || static_cast<size_t>(line) > lines + 1 || (c.compileerrorline != line && c.compileerrorline != 0))
+        if (line < 1 || static_cast<size_t>(line) > lines + 1 ||
+            (c.compileerrorline != line && c.compileerrorline != 0))
             std::abort();
     }
     if (c.compiletext(text) != ok || (ok ? c.asmtext() : c.errortext) != first)
