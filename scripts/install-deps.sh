@@ -9,6 +9,7 @@ pkgs=(build-essential cmake ninja-build pkg-config
       libsystemd-dev python3-dbus python3-gi gir1.2-gtk-3.0
       clang libclang-rt-dev
       srecord python3
+      libcli11-dev nlohmann-json3-dev
       poppler-utils)
 missing=()
 for p in "${pkgs[@]}"; do
