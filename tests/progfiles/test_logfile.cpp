@@ -187,6 +187,17 @@ TEST(LogReader, FilesThatCantBeReadAreRefusedWithoutWaiting)
     }
 }
 
+TEST(LogReader, AReadErrorEndsTheReadWithItsReason)
+{
+    // The process's own memory is a plain file whose first page can't be read.
+    LogReader reader;
+    ASSERT_TRUE(reader.open("/proc/self/mem"));
+    LogRows rows;
+    EXPECT_EQ(reader.read(rows, 100), LogReadStatus::failed);
+    EXPECT_EQ(reader.error(), "Input/output error");
+    EXPECT_TRUE(rows.empty());
+}
+
 TEST(LogReader, AFileWithoutReadPermissionIsRefused)
 {
     if (::geteuid() == 0)
