@@ -758,37 +758,128 @@ std::string formatlogrow(const MachineState& st, int32_t address)
 // Widest row: an 11-character count, the text at InstrText::fieldmax and eight flags of 11 digits.
 static_assert(logrowmax >= 11 + 4 + 2 + InstrText::fieldmax + 2 + 1 + 8 * 11 + 2 + 6 * 3 + 4);
 
+namespace {
+
+// Two characters per value: hex digits of a byte, decimal digits of 0-99.
+constexpr std::array<char, 512> hexpairs = [] {
+    std::array<char, 512> t{};
+    const char* digits = "0123456789ABCDEF";
+    for (size_t i = 0; i < 256; ++i) {
+        t[2 * i] = digits[i >> 4];
+        t[2 * i + 1] = digits[i & 15];
+    }
+    return t;
+}();
+constexpr std::array<char, 200> decimalpairs = [] {
+    std::array<char, 200> t{};
+    for (size_t i = 0; i < 100; ++i) {
+        t[2 * i] = static_cast<char>('0' + i / 10);
+        t[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return t;
+}();
+
+inline char* hex2(char* p, int32_t v)
+{
+    std::memcpy(p, &hexpairs[2 * (static_cast<uint32_t>(v) & 0xFFu)], 2);
+    return p + 2;
+}
+
+inline char* hex4(char* p, int32_t v)
+{
+    hex2(p, static_cast<int32_t>(static_cast<uint32_t>(v) >> 8));
+    return hex2(p + 2, v);
+}
+
+// The digits of n (below 10,000,000) at the start of out.
+inline void putcount(char* out, uint32_t n)
+{
+    size_t width = 1;
+    for (uint32_t limit = 10; width < 7 && n >= limit; limit *= 10)
+        ++width;
+    char* p = out + width;
+    while (n >= 100) {
+        p -= 2;
+        std::memcpy(p, &decimalpairs[2 * (n % 100)], 2);
+        n /= 100;
+    }
+    if (n >= 10)
+        std::memcpy(p - 2, &decimalpairs[2 * n], 2);
+    else
+        p[-1] = static_cast<char>('0' + n);
+}
+
+constexpr std::array<char, 64> blankrow = [] {
+    std::array<char, 64> t{};
+    t.fill(' ');
+    return t;
+}();
+
+} // namespace
+
 char* putlogrow(char* out, const MachineState& st, int32_t address)
 {
-    // The count, left-aligned and filled with blanks to seven.
-    std::memset(out, ' ', 8);
-    char* p = std::to_chars(out, out + 11, st.instructioncount).ptr;
-    if (p < out + 7)
-        p = out + 7;
-    p = puthexword(p, address);
-    *p++ = ' ';
-    *p++ = ' ';
-    p = st.lastinstruction.putfield(p);
-    p = puthexbyte(p, st.a);
-    *p++ = ' ';
+    LogRowValues v;
+    takelogrow(v, st, address);
+    return putlogrow(out, v);
+}
+
+char* putlogrow(char* out, const LogRowValues& st)
+{
+    const int32_t address = st.address;
     const int32_t flags[8] = {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy};
     uint32_t any = 0;
     for (int32_t fl : flags)
         any |= static_cast<uint32_t>(fl);
-    if ((any & ~1u) == 0) {
-        for (int32_t fl : flags)
-            *p++ = static_cast<char>('0' + fl);
-    } else {
-        for (int32_t fl : flags)
-            p = std::to_chars(p, p + 11, fl).ptr;
+    const bool bitflags = (any & ~1u) == 0;
+    const auto count = static_cast<uint32_t>(st.count);
+
+    // The usual row: 64 characters at fixed places over a row of blanks.
+    if (bitflags && count < 10000000u) {
+        std::memcpy(out, blankrow.data(), blankrow.size());
+        if (st.text.putfield(out + 13) == out + 29) {
+            putcount(out, count);
+            hex4(out + 7, address);
+            hex2(out + 29, st.a);
+            if constexpr (std::endian::native == std::endian::little) {
+                uint64_t packed = 0x3030303030303030u;
+                for (size_t i = 0; i < 8; ++i)
+                    packed += static_cast<uint64_t>(flags[i]) << (8 * i);
+                std::memcpy(out + 32, &packed, 8);
+            } else {
+                for (size_t i = 0; i < 8; ++i)
+                    out[32 + i] = static_cast<char>('0' + flags[i]);
+            }
+            hex2(out + 42, st.b);
+            hex2(out + 45, st.c);
+            hex2(out + 48, st.d);
+            hex2(out + 51, st.e);
+            hex2(out + 54, st.h);
+            hex2(out + 57, st.l);
+            return hex4(out + 60, st.sp);
+        }
     }
+
+    // Any other: a count of eight digits or more or below 0, a longer text, flags beyond 0 and 1.
+    std::memset(out, ' ', 8);
+    char* p = std::to_chars(out, out + 11, st.count).ptr;
+    if (p < out + 7)
+        p = out + 7;
+    p = hex4(p, address);
+    *p++ = ' ';
+    *p++ = ' ';
+    p = st.text.putfield(p);
+    p = hex2(p, st.a);
+    *p++ = ' ';
+    for (int32_t fl : flags)
+        p = bitflags ? (*p = static_cast<char>('0' + fl), p + 1) : std::to_chars(p, p + 11, fl).ptr;
     *p++ = ' ';
     *p++ = ' ';
     for (int32_t r : {st.b, st.c, st.d, st.e, st.h, st.l}) {
-        p = puthexbyte(p, r);
+        p = hex2(p, r);
         *p++ = ' ';
     }
-    return puthexword(p, st.sp);
+    return hex4(p, st.sp);
 }
 
 } // namespace kelvane

@@ -47,6 +47,26 @@ std::string formatlogrow(const MachineState& st, int32_t address);
 inline constexpr size_t logrowmax = 192;
 char* putlogrow(char* out, const MachineState& st, int32_t address);
 
+// What a log row shows, taken from the machine in a few copies, so that the row can be written
+// later (by the log file's writer) exactly as it would have been at once.
+struct LogRowValues {
+    int32_t count, address;
+    int32_t a, b, c, d, e, h, l; // in the machine's order
+    int32_t fs, fz, f5, fac, f3, fp, f1, fcy;
+    int32_t sp;
+    InstrText text;
+};
+inline void takelogrow(LogRowValues& v, const MachineState& st, int32_t address)
+{
+    v.count = st.instructioncount;
+    v.address = address;
+    v.a = st.a, v.b = st.b, v.c = st.c, v.d = st.d, v.e = st.e, v.h = st.h, v.l = st.l;
+    v.fs = st.fs, v.fz = st.fz, v.f5 = st.f5, v.fac = st.fac, v.f3 = st.f3, v.fp = st.fp, v.f1 = st.f1, v.fcy = st.fcy;
+    v.sp = st.sp;
+    v.text = st.lastinstruction;
+}
+char* putlogrow(char* out, const LogRowValues& v);
+
 // Cycles as microseconds text at clockmhz: "2.50 µs".
 std::string cycletime(int32_t cycles, float clockmhz);
 // The clock in its shortest form: "4", "2.5".

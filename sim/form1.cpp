@@ -157,12 +157,15 @@ void PanelHooks::ekran(MachineState& st)
 
 void PanelHooks::logrow(const MachineState& st, int32_t address)
 {
-    // Composed once, in place in the log's block (or a scratch row when no file is open).
+    // The log's writer composes the file's row; the viewer's is composed here while it takes rows.
     SimLog& log = form_.simlog();
-    char* row = log.rowspace();
-    char* end = putlogrow(row, st, address);
-    toolrouter().logadd(std::string_view(row, static_cast<size_t>(end - row)));
-    log.endrow(end);
+    if (log.isopen())
+        log.row(st, address);
+    ToolRouter& router = toolrouter();
+    if (router.viewertakes()) {
+        char row[logrowmax];
+        router.logadd(std::string_view(row, static_cast<size_t>(putlogrow(row, st, address) - row)));
+    }
 }
 
 void PanelHooks::toolrefresh(MachineState& st)

@@ -19,7 +19,7 @@ std::string logtimestamp()
     return stamp;
 }
 
-SimLog::SimLog() : block_(new char[blocksize]) {}
+SimLog::SimLog() : out_(new char[blocksize]) {}
 
 SimLog::~SimLog()
 {
@@ -34,12 +34,20 @@ bool SimLog::open(const std::string& folder)
     fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd_ < 0)
         return false;
-    open_ = true;
     failed_ = false;
-    fill_ = 0;
-    line("Simulation started at " + logtimestamp() + ".");
-    line("No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ");
-    line("");
+    outfill_ = 0;
+    puttext("Simulation started at " + logtimestamp() + ".");
+    puttext("No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ");
+    puttext("");
+    for (Block& b : blocks_) {
+        b.fill = 0;
+        b.text.clear();
+    }
+    current_ = &blocks_[0];
+    queued_ = nullptr;
+    stopping_ = false;
+    writer_ = std::thread(&SimLog::writerloop, this);
+    open_ = true;
     return true;
 }
 
@@ -47,28 +55,87 @@ void SimLog::line(std::string_view text)
 {
     if (!open_)
         return;
-    // A line longer than a block goes out in pieces.
-    while (!text.empty()) {
-        if (fill_ == blocksize)
-            writeblock();
-        const size_t n = std::min(text.size(), blocksize - fill_);
-        std::copy_n(text.data(), n, block_.get() + fill_);
-        fill_ += n;
-        text.remove_prefix(n);
-    }
-    if (fill_ > blocksize - 2)
-        writeblock();
-    block_[fill_++] = '\r';
-    block_[fill_++] = '\n';
+    if (current_->fill == entrycount)
+        handover();
+    Entry& e = current_->entries[current_->fill++];
+    e.linelength = static_cast<int32_t>(text.size());
+    current_->text.append(text);
 }
 
-void SimLog::writeblock()
+void SimLog::handover()
+{
+    {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return queued_ == nullptr; });
+        queued_ = current_;
+    }
+    changed_.notify_all();
+    // The writer is done with the other block: it was the one queued before.
+    current_ = current_ == &blocks_[0] ? &blocks_[1] : &blocks_[0];
+    current_->fill = 0;
+    current_->text.clear();
+}
+
+void SimLog::writerloop()
+{
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return queued_ != nullptr || stopping_; });
+        if (queued_ == nullptr)
+            return; // stopping, and everything handed over is written
+        const Block* b = queued_;
+        lock.unlock();
+        format(*b);
+        lock.lock();
+        queued_ = nullptr;
+        changed_.notify_all();
+    }
+}
+
+void SimLog::format(const Block& b)
+{
+    size_t textat = 0;
+    for (size_t i = 0; i < b.fill; ++i) {
+        const Entry& e = b.entries[i];
+        if (e.linelength >= 0) {
+            const auto n = static_cast<size_t>(e.linelength);
+            puttext(std::string_view(b.text).substr(textat, n));
+            textat += n;
+            continue;
+        }
+        if (outfill_ > blocksize - (logrowmax + 2))
+            writeout();
+        char* end = putlogrow(out_.get() + outfill_, e.values);
+        end[0] = '\r';
+        end[1] = '\n';
+        outfill_ = static_cast<size_t>(end + 2 - out_.get());
+    }
+}
+
+void SimLog::puttext(std::string_view text)
+{
+    // A line longer than a block goes out in pieces.
+    while (!text.empty()) {
+        if (outfill_ == blocksize)
+            writeout();
+        const size_t n = std::min(text.size(), blocksize - outfill_);
+        std::copy_n(text.data(), n, out_.get() + outfill_);
+        outfill_ += n;
+        text.remove_prefix(n);
+    }
+    if (outfill_ > blocksize - 2)
+        writeout();
+    out_[outfill_++] = '\r';
+    out_[outfill_++] = '\n';
+}
+
+void SimLog::writeout()
 {
     if (blocksink) {
-        blocksink(block_.get(), fill_);
+        blocksink(out_.get(), outfill_);
     } else if (!failed_ && fd_ >= 0) {
-        const char* p = block_.get();
-        size_t left = fill_;
+        const char* p = out_.get();
+        size_t left = outfill_;
         while (left > 0) {
             const ssize_t n = ::write(fd_, p, left);
             if (n < 0 && errno == EINTR)
@@ -81,18 +148,28 @@ void SimLog::writeblock()
             left -= static_cast<size_t>(n);
         }
     }
-    fill_ = 0;
+    outfill_ = 0;
 }
 
 void SimLog::closefile()
 {
-    if (open_)
-        writeblock();
-    if (fd_ >= 0)
+    if (open_) {
+        if (current_->fill > 0)
+            handover();
+        {
+            std::lock_guard lock(mutex_);
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        writer_.join();
+        open_ = false;
+    }
+    if (fd_ >= 0) {
+        writeout();
         ::close(fd_);
+    }
     fd_ = -1;
-    open_ = false;
-    fill_ = 0;
+    outfill_ = 0;
 }
 
 void SimLog::close(const std::string& elapsed, const std::string& durationline)

@@ -120,6 +120,8 @@ public:
     void recompute();
     void setlogfileopen(bool open);
     bool logfileopen() const { return logfileopen_; }
+    // The viewer is open and takes rows (as of the last recompute).
+    bool viewertakes() const { return viewertakes_; }
 
     // The machine's calls, routed to the open windows under their options.
     void toolrefresh(MachineState& st); // after each instruction: drawlines, memorijaprint, ioprint
