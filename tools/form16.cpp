@@ -5,6 +5,7 @@
 #include "sim/machinestate.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
+#include "tools/hexgrid.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -14,8 +15,6 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QFontDatabase>
-#include <QFontInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -39,19 +38,6 @@ constexpr const char* caption = "Simulation Log Viewer";
 // A read lets events run after about this long, and the rows of a run are shown at this pace.
 constexpr int framems = 16;
 constexpr size_t readslice = size_t{1} << 20;
-
-QFont logfont()
-{
-    QFont f(QStringLiteral("DejaVu Sans Mono"));
-    f.setStyleHint(QFont::TypeWriter);
-    f.setFixedPitch(true);
-    f.setPointSize(9);
-    if (!QFontInfo(f).fixedPitch()) {
-        f = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-        f.setPointSize(9);
-    }
-    return f;
-}
 
 QString logdialog(QWidget* parent, bool save)
 {
@@ -106,7 +92,7 @@ void Form16::buildwindow()
     menuclose_ = menu1_->addAction(QStringLiteral("&Close Log File"), this, &Form16::menuclose);
     menuclose_->setObjectName("menuclose");
 
-    const QFont font = logfont();
+    const QFont font = hexfont(); // the fixed-pitch font of the program's tables
     const QFontMetricsF metrics(font);
     const qreal advance = metrics.horizontalAdvance(QLatin1Char('0'));
     const int lineheight = static_cast<int>(std::ceil(metrics.height())) + 4;

@@ -27,7 +27,7 @@ struct LogColumn {
 inline constexpr std::array<LogColumn, 12> logcolumns = {{
     {"lin1", 1, 6, 7},    {"lin2", 8, 5, 6},    {"lin3", 14, 15, 16}, {"lin4", 30, 2, 3},
     {"lin5", 33, 9, 10},  {"lin6", 43, 2, 3},   {"lin7", 46, 2, 3},   {"lin8", 49, 2, 3},
-    {"lin9", 52, 2, 3},   {"lin10", 55, 2, 3},  {"lin11", 58, 2, 3},  {"lin12", 61, 4, 4},
+    {"lin9", 52, 2, 3},   {"lin10", 55, 2, 3},  {"lin11", 58, 2, 3},  {"lin12", 61, 4, 5},
 }};
 
 inline constexpr const char* logheader = "No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ";

@@ -312,6 +312,7 @@ TEST_F(Form16Test, OpeningFiles)
          "The log file missing.log can't be read: No such file or directory.", false, true},
         {"a folder", folder.filePath("sub.log"), 0, "The log file sub.log can't be read: it is a folder.", false, true},
         {"a FIFO", fifo, 0, "The log file pipe.log can't be read: it is not a plain file.", false, true},
+        {"a read error", "/proc/self/mem", 0, "The log file mem can't be read: Input/output error.", false, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -326,7 +327,7 @@ TEST_F(Form16Test, OpeningFiles)
         ASSERT_EQ(boxes.texts.size(), *c.message ? 1u : 0u);
         if (*c.message)
             EXPECT_EQ(boxes.texts[0], c.message);
-        EXPECT_EQ(QString::fromStdString(st().lastpath), folder.path() + "/");
+        EXPECT_EQ(QString::fromStdString(st().lastpath), c.path.left(c.path.lastIndexOf('/') + 1));
     }
     // NUL bytes show as blanks.
     make();
@@ -356,6 +357,7 @@ TEST_F(Form16Test, AFileOfMoreRowsThanPagesOfASixteenBitBarOpensToItsEnd)
     EXPECT_EQ(shownlines(), 1);
     bar()->setValue(32767);
     EXPECT_EQ(counter(14), static_cast<long>(count - 1));
+    test::saveshot(viewer, "form16-bigfile");
 }
 
 TEST_F(Form16Test, ClosingDuringAReadStopsItAndClosesTheFile)
@@ -576,6 +578,44 @@ TEST_F(Form16RunTest, LogFileAndViewerOfARunWithTrapAndResetMatchTheTrace)
         if (logged[i] != "RESET")
             EXPECT_EQ(viewer->logrows()[j++], logged[i]);
     EXPECT_EQ(line(3, 1), "0024 ");
+}
+
+TEST_F(Form16RunTest, AnUltimateRunLogsEveryRowInOrder)
+{
+    load({0, 0x0B, 1, 0x78, 2, 0xB1, 3, 0xC2, 4, 0x00, 5, 0x00, 6, 0xC3, 7, 0x00, 8, 0x00}); // delay loop
+    st().optlogging = "ON";
+    act("menuspeed6")->trigger();
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (st().instructioncount > 300000) {
+            poll.stop();
+            act("menustop")->trigger();
+        }
+    });
+    poll.start(5);
+    act("menustart")->trigger();
+    const std::vector<std::string> lines = filelines(form->simlog().path());
+    const auto count = static_cast<size_t>(st().instructioncount);
+    ASSERT_EQ(lines.size(), count + 7); // heading 3, rows, footer 3, and the empty rest after the last line end
+    for (size_t i = 1; i <= count; ++i) {
+        const std::string& l = lines[i + 2];
+        ASSERT_EQ(l.size(), 65u) << "row " << i;
+        ASSERT_EQ(std::stoul(l.substr(0, 7)), i);
+    }
+    EXPECT_EQ(lines[count + 3].rfind("Simulation stopped at ", 0), 0u);
+}
+
+TEST_F(Form16RunTest, ALogThatCantBeCreatedLeavesTheRunAlone)
+{
+    load(countprogram);
+    ASSERT_TRUE(QDir().mkpath(folder.filePath("data/log.txt/inside")));
+    st().apppath = folder.filePath("data").toStdString() + "/";
+    st().optlogging = "ON";
+    act("menuspeed5")->trigger();
+    act("menustart")->trigger();
+    EXPECT_FALSE(st().running);
+    EXPECT_EQ(st().instructioncount, 17);
+    EXPECT_TRUE(viewed.empty()); // no text viewer for a log that isn't there
 }
 
 TEST_F(Form16RunTest, AtUltimateRateTheViewerTakes450000RowsAndTheRunGoesOn)
