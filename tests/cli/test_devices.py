@@ -7,69 +7,45 @@ import tempfile
 import unittest
 
 CLI = sys.argv.pop(1) if len(sys.argv) > 1 else 'build/kelvane-cli'
+# MVI A,3CH; OUT 10H; IN 20H; OUT 11H; IN 10H; OUT 01H (the terminal); HLT
+PROGRAM = bytes([0x3E, 0x3C, 0xD3, 0x10, 0xDB, 0x20, 0xD3, 0x11, 0xDB, 0x10, 0xD3, 0x01, 0x76])
 
-# MVI A,3CH; OUT 10H; IN 20H; OUT 11H; IN 10H; OUT 01H; HLT
-PROGRAM = [0x3E, 0x3C, 0xD3, 0x10, 0xDB, 0x20, 0xD3, 0x11, 0xDB, 0x10, 0xD3, 0x01, 0x76]
 
-
-def run(*args, program=PROGRAM):
+def run(*devices, extra=()):
     with tempfile.TemporaryDirectory() as d:
         path = os.path.join(d, 'p.obj')
         with open(path, 'wb') as f:
-            f.write(bytes(program))
-        p = subprocess.run([CLI, 'run', path] + list(args), capture_output=True, timeout=60)
-        return p.returncode, p.stdout, p.stderr.decode('utf-8')
-
-
-def dump(err):
-    return [line for line in err.splitlines() if line.startswith('Device ')]
+            f.write(PROGRAM)
+        args = [CLI, 'run', path, '--port', '10=55', '--terminal', '01', *extra]
+        p = subprocess.run(args + [a for dev in devices for a in ('--device', dev)], capture_output=True, timeout=60)
+        err = p.stderr.decode('utf-8')
+        return p.returncode, p.stdout, err, [l for l in err.splitlines() if l.startswith('Device ')]
 
 
 class Devices(unittest.TestCase):
     def test_devices_take_their_bytes(self):
-        # Each row: options, the dump, the byte the terminal gets (IN 10H after OUT 10H).
+        # Devices, the dump of devices 1-4 ('-' for off), and the byte IN 10H reads after OUT 10H.
         cases = [
-            (['--device', '1:out:10', '--device', '2:in:20=05', '--device', '3:out:11'],
-             ['Device 1 out 10H: 3CH', 'Device 2 in 20H: 05H', 'Device 3 out 11H: 05H', 'Device 4 OFF'], b'\x55'),
-            # Without a value an input device holds what its port holds.
-            (['--port', '20=77', '--device', '2:in:20'],
-             ['Device 1 OFF', 'Device 2 in 20H: 77H', 'Device 3 OFF', 'Device 4 OFF'], b'\x3c'),
+            (['1:out:10', '2:in:20=05', '3:out:11'], ['out 10H: 3CH', 'in 20H: 05H', 'out 11H: 05H', '-'], b'\x55'),
+            (['2:in:20'], ['-', 'in 20H: 77H', '-', '-'], b'\x3c'),  # it holds what its port holds
             # Two output devices on one port both take the byte; an output device's value may be preset.
-            (['--device', '1:out:10', '--device', '4:out:10=EE', '--device', '2:out:30=9a'],
-             ['Device 1 out 10H: 3CH', 'Device 2 out 30H: 9AH', 'Device 3 OFF', 'Device 4 out 10H: 3CH'], b'\x55'),
-            # An input device on the port of an OUT: the byte goes to the ports, and the IN that
-            # follows hands it to the device.
-            (['--device', '1:in:10=42'],
-             ['Device 1 in 10H: 3CH', 'Device 2 OFF', 'Device 3 OFF', 'Device 4 OFF'], b'\x3c'),
-            # The same device given twice acts as the window's clicks in that order: the input value
-            # went to the port, then the device became an output device.
-            (['--device', '1:in:10=42', '--device', '1:out:10'],
-             ['Device 1 out 10H: 3CH', 'Device 2 OFF', 'Device 3 OFF', 'Device 4 OFF'], b'\x42'),
+            (['1:out:10', '4:out:10=EE', '2:out:30=9a'], ['out 10H: 3CH', 'out 30H: 9AH', '-', 'out 10H: 3CH'], b'\x55'),
+            # An OUT to an input device's port goes to the port; the IN that follows hands it to the device.
+            (['1:in:10=42'], ['in 10H: 3CH', '-', '-', '-'], b'\x3c'),
         ]
-        for args, expected, byte in cases:
-            with self.subTest(args=args):
-                code, out, err = run('--port', '10=55', '--terminal', '01', '--dump-devices', *args)
-                self.assertEqual(code, 0, err)
-                self.assertEqual(dump(err), expected)
-                self.assertEqual(out, byte)
-                # The dump follows the statistics.
-                self.assertTrue(err.splitlines()[0].startswith('Total number of executed instructions is 7.'))
-
-    def test_no_dump_unless_asked(self):
-        code, _, err = run('--device', '1:out:10')
-        self.assertEqual(code, 0)
-        self.assertEqual(dump(err), [])
+        for devices, expected, byte in cases:
+            with self.subTest(devices=devices):
+                code, out, err, dump = run(*devices, extra=('--dump-devices', '--port', '20=77'))
+                self.assertEqual((code, out), (0, byte), err)
+                self.assertEqual(dump, ['Device %d %s' % (n + 1, 'OFF' if e == '-' else e) for n, e in enumerate(expected)])
+                self.assertTrue(err.startswith('Total number of executed instructions is 7.'))
+        self.assertEqual(run('1:out:10')[3], [])  # no dump unless asked
 
     def test_bad_device_options(self):
-        for value in ['5:out:10', '0:out:10', '1:inout:10', '1:out:GG', '1:out:10=123', '1out10', '1:out',
-                      '1:out:', '12:out:10', '']:
-            with self.subTest(value=value):
-                code, out, err = run('--device', value)
-                self.assertEqual(code, 2)
-                self.assertEqual(out, b'')
-                self.assertIn('--device needs', err)
-        code, _, err = run('--device')
-        self.assertEqual(code, 2)
+        for value in ['5:out:10', '1:inout:10', '1:out:GG', '1:out:10=123', '1out10', '12:out:10', '']:
+            code, out, err, _ = run(value)
+            self.assertEqual((code, out), (2, b''), value)
+            self.assertIn('--device needs', err)
 
 
 if __name__ == '__main__':
