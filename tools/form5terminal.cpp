@@ -140,6 +140,7 @@ TerminalPane::TerminalPane(QWidget* parent) : QAbstractScrollArea(parent)
 {
     setFocusPolicy(Qt::NoFocus);
     viewport()->setFocusPolicy(Qt::NoFocus);
+    viewport()->setObjectName(QStringLiteral("terminalscreen"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     verticalScrollBar()->setFocusPolicy(Qt::NoFocus);

@@ -42,6 +42,7 @@ struct OpenableWindow {
 constexpr OpenableWindow openable[] = {
     {"Form2", kelvane::Tool::Form2, "tabla"},
     {"Form20", kelvane::Tool::Form20, "tabla"},
+    {"Form5", kelvane::Tool::Form5, "terminalscreen"},
 };
 
 // Counts the paint events of one widget.
