@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QScreen>
 #include <QTimer>
 
 #include <cstdio>
@@ -48,6 +49,18 @@ long statuskb(const char* key)
             return std::atol(line.c_str() + n + 1);
     return -1;
 }
+
+// Counts the paint events of a widget.
+class PaintCounter : public QObject {
+public:
+    long paints = 0;
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 double cpuseconds()
 {
@@ -96,6 +109,11 @@ int main(int argc, char** argv)
         window = nullptr;
     }
     auto* form5 = qobject_cast<Form5*>(window);
+    PaintCounter screenpaints, valuepaints;
+    if (form5) {
+        form5->findChild<QWidget*>("terminalscreen")->installEventFilter(&screenpaints);
+        form5->label(1)->installEventFilter(&valuepaints);
+    }
 
     const std::vector<int32_t>& program = mode == "flood" ? flood : counter;
     std::copy(program.begin(), program.end(), st.mem.begin());
@@ -109,6 +127,7 @@ int main(int argc, char** argv)
     QCoreApplication::processEvents();
 
     const long rssbefore = statuskb("VmRSS");
+    screenpaints.paints = valuepaints.paints = 0;
     const auto floodbytes = static_cast<size_t>(amount * 1024 * 1024);
     QElapsedTimer clock;
     qint64 last = -1, worst = 0, stopdue = 0, stopdone = 0;
@@ -168,6 +187,9 @@ int main(int argc, char** argv)
     if (form5)
         std::printf("; lamps and text shown %lld ms after the stop", shownafter);
     std::printf("\n");
+    if (form5)
+        std::printf("%s: repaints a second: terminal %.0f, device 1's value %.0f (display: %.0f Hz)\n", mode.c_str(),
+                    screenpaints.paints / elapsed, valuepaints.paints / elapsed, form5->screen()->refreshRate());
     if (devices)
         std::printf("%s: device 1 %sH, terminal text %.1f MB\n", mode.c_str(), hexbyte(st.devvalue[1]).c_str(),
                     static_cast<double>(st.termtext.size()) / (1024.0 * 1024.0));
