@@ -391,8 +391,23 @@ void Form5::showdevice(int n)
     d.frame->setEnabled(on);
     d.frame->setTitle(on ? porttext(st.devport[i]) : QStringLiteral("I/O port"));
     settoggle(d.command, on);
-    d.optionin->setChecked(st.devinput[i]);
-    d.optionout->setChecked(!st.devinput[i]);
+    showdirection(n);
+}
+
+// The selected option, and what invites a click: an input device's lamps and value text.
+void Form5::showdirection(int n)
+{
+    const Device& d = devices_[idx(n)];
+    const bool input = machinestate().devinput[static_cast<size_t>(n)];
+    d.optionin->setChecked(input);
+    d.optionout->setChecked(!input);
+    const Qt::CursorShape cursor = input ? Qt::PointingHandCursor : Qt::ArrowCursor;
+    for (Lamp* lamp : d.lamps) {
+        lamp->setCursor(cursor);
+        lamp->setToolTip(input ? QStringLiteral("Click or press Space to switch bit %1").arg(lamp->bit()) : QString());
+    }
+    d.value->setCursor(cursor);
+    d.value->setToolTip(input ? QStringLiteral("Click to enter the value") : QString());
 }
 
 void Form5::showterminalstate()
@@ -540,18 +555,16 @@ void Form5::optioninclick(int n)
 {
     MachineState& st = machinestate();
     const auto i = static_cast<size_t>(n);
-    devices_[idx(n)].optionin->setChecked(true);
-    devices_[idx(n)].optionout->setChecked(false);
     st.devinput[i] = true;
+    showdirection(n);
     st.devvalue[i] = st.ports[static_cast<size_t>(st.devport[i])];
     refresh(n);
 }
 
 void Form5::optionoutclick(int n)
 {
-    devices_[idx(n)].optionin->setChecked(false);
-    devices_[idx(n)].optionout->setChecked(true);
     machinestate().devinput[static_cast<size_t>(n)] = false;
+    showdirection(n);
 }
 
 void Form5::labelclick(int n)

@@ -82,6 +82,7 @@ private:
     void loaddevices();
     void savedevices();
     void showdevice(int n);
+    void showdirection(int n);
     void showterminalstate();
     void showdevicevalue(int n);
     bool deferring() const;
