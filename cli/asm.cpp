@@ -5,30 +5,12 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 
 namespace {
 
-int asmcommand(const std::vector<std::string>& args)
+int asmcommand(const std::string& source, bool hex)
 {
-    std::string source;
-    bool hex = false;
-    for (const auto& a : args) {
-        if (a == "--hex") {
-            hex = true;
-        } else if (!a.empty() && a[0] == '-') {
-            std::fprintf(stderr, "kelvane-cli asm: unknown option '%s'\n", a.c_str());
-            return 2;
-        } else if (source.empty()) {
-            source = a;
-        } else {
-            std::fprintf(stderr, "kelvane-cli asm: only one source file can be given\n");
-            return 2;
-        }
-    }
-    if (source.empty()) {
-        std::fprintf(stderr, "usage: kelvane-cli asm SOURCE [--hex]\n");
-        return 2;
-    }
     const std::filesystem::path path(source);
     const std::string name = path.filename().string();
     const std::string parent = path.parent_path().string();
@@ -66,6 +48,15 @@ int asmcommand(const std::vector<std::string>& args)
     return 1;
 }
 
-kelvane::cli::CliCommand reg("asm", "SOURCE [--hex]", asmcommand);
+kelvane::cli::CommandBody setup(CLI::App& cmd)
+{
+    auto source = std::make_shared<std::string>();
+    auto hex = std::make_shared<bool>(false);
+    cmd.add_option("SOURCE", *source, "The assembler source; BASE.lst and BASE.obj go beside it")->required()->type_name("");
+    cmd.add_flag("--hex", *hex, "Write BASE.hex too");
+    return [source, hex] { return asmcommand(*source, *hex); };
+}
+
+const kelvane::cli::CliCommand reg("asm", "Assemble a source as the Assembler window does", setup);
 
 } // namespace

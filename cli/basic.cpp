@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 namespace {
 
@@ -25,22 +26,18 @@ void printlines(std::FILE* out, const std::string& text)
     std::fputc('\n', out);
 }
 
-int basiccommand(const std::vector<std::string>& args)
+int basiccommand(const std::string& sourcename)
 {
-    if (args.size() != 1 || args[0].empty() || (args[0][0] == '-' && args[0].size() > 1)) {
-        std::fprintf(stderr, "usage: kelvane-cli basic SOURCE\n");
-        return 2;
-    }
     namespace fs = std::filesystem;
-    const fs::path source(args[0]);
+    const fs::path source(sourcename);
     const std::string name = source.filename().string();
     std::error_code ec;
     if (name.empty() || !fs::is_regular_file(source, ec))
-        return refuse("can't open the source file " + args[0]);
+        return refuse("can't open the source file " + sourcename);
     std::ifstream in(source, std::ios::binary);
     std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (!in.good() && !in.eof())
-        return refuse("can't read the source file " + args[0]);
+        return refuse("can't read the source file " + sourcename);
     if (text.empty()) {
         std::fprintf(stderr, "The editor is empty.\n"); // as the window refuses an empty editor
         return 2;
@@ -63,6 +60,13 @@ int basiccommand(const std::vector<std::string>& args)
     return refuse(compiler.errortext);
 }
 
-const kelvane::cli::CliCommand reg("basic", "SOURCE", basiccommand);
+kelvane::cli::CommandBody setup(CLI::App& cmd)
+{
+    auto source = std::make_shared<std::string>();
+    cmd.add_option("SOURCE", *source, "The BASIC source; BASE.asm goes beside it")->required()->type_name("");
+    return [source] { return basiccommand(*source); };
+}
+
+const kelvane::cli::CliCommand reg("basic", "Compile a BASIC source as the BASIC window's Compile does", setup);
 
 } // namespace

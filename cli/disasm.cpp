@@ -24,14 +24,6 @@ namespace kelvane::cli {
 
 namespace {
 
-constexpr const char* disasmusage = "PROGRAM [--format hex|obj] [--source]";
-
-int usageerror(const std::string& msg)
-{
-    std::fprintf(stderr, "kelvane-cli disasm: %s\nusage: kelvane-cli disasm %s\n", msg.c_str(), disasmusage);
-    return 2;
-}
-
 // Paths of the working files, fixed before a run so that a signal handler can remove them.
 char pendingintermediate[4096];
 char pendingresult[4096];
@@ -113,40 +105,18 @@ std::filesystem::path makeprivatefolder()
     return {};
 }
 
-int disasmcommand(const std::vector<std::string>& args)
-{
+struct DisasmOptions {
     std::string program;
     std::string format;
     bool sourceform = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--source") {
-            sourceform = true;
-        } else if (a == "--format" || a.starts_with("--format=")) {
-            if (a == "--format") {
-                if (i + 1 >= args.size())
-                    return usageerror("--format needs hex or obj");
-                format = args[++i];
-            } else {
-                format = a.substr(9);
-            }
-            for (char& c : format)
-                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            if (format != "hex" && format != "obj")
-                return usageerror("unknown format '" + format + "' (use hex or obj)");
-        } else if (a.size() > 1 && a[0] == '-') {
-            return usageerror("unknown option '" + a + "'");
-        } else if (program.empty()) {
-            program = a;
-        } else {
-            return usageerror("only one PROGRAM can be given");
-        }
-    }
-    if (program.empty())
-        return usageerror("PROGRAM is missing");
+};
 
+int disasmcommand(const DisasmOptions& o)
+{
+    const std::string& program = o.program;
+    const bool sourceform = o.sourceform;
     auto d = std::make_unique<Disassembler>();
-    const ProgramLoadResult load = loadprogram(program, format, d->dasmimage.data());
+    const ProgramLoadResult load = loadprogram(program, o.format, d->dasmimage.data());
     if (load.status != LoadStatus::ok) {
         std::fprintf(stderr, "%s\n", load.message.c_str());
         return load.exitcode();
@@ -191,7 +161,28 @@ int disasmcommand(const std::vector<std::string>& args)
     return 0;
 }
 
-CliCommand reg("disasm", disasmusage, disasmcommand);
+CommandBody setup(CLI::App& cmd)
+{
+    auto o = std::make_shared<DisasmOptions>();
+    cmd.add_option("PROGRAM", o->program, "The program: Intel HEX when it ends in .hex, else a binary image")
+        ->required()->type_name("");
+    cmd.add_option_function<std::string>(
+           "--format",
+           [o](const std::string& v) {
+               o->format = v;
+               for (char& c : o->format)
+                   c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+               if (o->format != "hex" && o->format != "obj")
+                   badvalue("unknown format '" + o->format + "' (use hex or obj)");
+           },
+           "Read PROGRAM as Intel HEX or as a binary image")
+        ->type_name("hex|obj")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    cmd.add_flag("--source", o->sourceform, "Print the assembler source instead of the listing");
+    return [o] { return disasmcommand(*o); };
+}
+
+const CliCommand reg("disasm", "Disassemble a program as the Disassembler window does", setup);
 
 } // namespace
 
