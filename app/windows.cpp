@@ -1,6 +1,7 @@
 #include "app/windows.h"
 
 #include "assembler/ui/form6.h"
+#include "modules/modules.h"
 #include "sim/toolrouter.h"
 #include "tools/form2.h"
 #include "tools/form20.h"
@@ -21,6 +22,7 @@ void registerwindows()
     r.setfactory(Tool::Form5, [] { return new Form5; });
     r.setfactory(Tool::Form8, [] { return new Form8; });
     r.setfactory(Tool::Form16, [] { return new Form16; });
+    registermodules(r);
 }
 
 } // namespace kelvane

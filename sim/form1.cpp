@@ -280,6 +280,8 @@ void Form1::loadsettings()
     if (rate >= 1 && rate <= 6)
         menuspeed_Click(rate);
     showbuttons();
+    if (toolrouter().kreirajobjekte)
+        toolrouter().kreirajobjekte();
 }
 
 Form1::~Form1()
@@ -1094,6 +1096,8 @@ void Form1::ultimateslice()
         // runsteps ends early after an instruction that leaves the Ultimate rate, Stop or RESET.
         if (runsteps(st, hk, 2048) < 2048 || st.simrate != 6 || st.stoprequest || st.resetinprogress)
             break;
+        if (toolrouter().callwaiting.load(std::memory_order_relaxed))
+            break; // an automation call waits: the pump below answers it
         if (clock::now() >= deadline)
             break;
     }

@@ -21,6 +21,7 @@
 #include <QWidget>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string_view>
@@ -142,6 +143,9 @@ public:
     std::function<void()> themehook;
     // kreirajobjekte and the modules' side of start and unload, set by the module host.
     std::function<void()> kreirajobjekte;
+    // Set from the automation server's watching thread while a call waits on the bus: the
+    // Ultimate rate's slice of steps ends early, so that its pump answers the call.
+    std::atomic<bool> callwaiting{false};
     MainCommands maincommands;
 
 private:
