@@ -5,6 +5,7 @@
 //   flood   random bytes to the terminal with the window open until the text holds MEGABYTES.
 // Prints instructions per second, the worst lateness of a 20 ms timer, how long Stop took, how long
 // after the stop the window showed the last value and the whole text, and the memory the run took.
+#include "bench/gui/measure.h"
 #include "core/hexutil.h"
 #include "sim/form1.h"
 #include "sim/machinestate.h"
@@ -50,25 +51,6 @@ long statuskb(const char* key)
     return -1;
 }
 
-// Counts the paint events of a widget.
-class PaintCounter : public QObject {
-public:
-    long paints = 0;
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++paints;
-        return QObject::eventFilter(watched, event);
-    }
-};
-
-double cpuseconds()
-{
-    timespec t{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -109,7 +91,7 @@ int main(int argc, char** argv)
         window = nullptr;
     }
     auto* form5 = qobject_cast<Form5*>(window);
-    PaintCounter screenpaints, valuepaints;
+    kelvane::bench::PaintCounter screenpaints, valuepaints;
     if (form5) {
         form5->findChild<QWidget*>("terminalscreen")->installEventFilter(&screenpaints);
         form5->label(1)->installEventFilter(&valuepaints);
@@ -144,7 +126,7 @@ int main(int argc, char** argv)
         }
     });
     // The run loop serves the timers from inside Start until the stop.
-    const double cpustart = cpuseconds();
+    const double cpustart = kelvane::bench::processorseconds();
     clock.start();
     probe.start(20);
     if (mode != "flood")
@@ -154,7 +136,7 @@ int main(int argc, char** argv)
         });
     form.action("menustart")->trigger();
     stopdone = clock.elapsed();
-    const double cpu = cpuseconds() - cpustart;
+    const double cpu = kelvane::bench::processorseconds() - cpustart;
     probe.stop();
 
     // How long the window takes to show the last value and the whole text after the stop.

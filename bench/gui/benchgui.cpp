@@ -2,6 +2,7 @@
 // from a timer after the given seconds, and prints the speed from the statistics message and
 // the worst delay with which the window served a timer event during the run. `--open Form2,Form20`
 // opens tool windows first and adds how often each one repainted during the run.
+#include "bench/gui/measure.h"
 #include "app/windows.h"
 #include "core/machine.h"
 #include "sim/form1.h"
@@ -24,14 +25,6 @@
 
 namespace {
 
-// Processor time of the process in seconds: steadier than the wall clock on a busy machine.
-double processorseconds()
-{
-    timespec t{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
 // The tool windows --open knows: the name on the command line, the window, and the child whose
 // paint events count as the window's repaints.
 struct OpenableWindow {
@@ -45,21 +38,9 @@ constexpr OpenableWindow openable[] = {
     {"Form5", kelvane::Tool::Form5, "terminalscreen"},
 };
 
-// Counts the paint events of one widget.
-class PaintCounter : public QObject {
-public:
-    long paints = 0;
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++paints;
-        return QObject::eventFilter(watched, event);
-    }
-};
-
 struct OpenedWindow {
     const OpenableWindow* kind;
-    PaintCounter* counter;
+    kelvane::bench::PaintCounter* counter;
 };
 
 } // namespace
@@ -111,7 +92,7 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "no window %s to open\n", name.c_str());
             return 2;
         }
-        auto* counter = new PaintCounter;
+        auto* counter = new kelvane::bench::PaintCounter;
         painted->installEventFilter(counter);
         opened.push_back({kind, counter});
     }
@@ -140,7 +121,7 @@ int main(int argc, char** argv)
     double cpustart = 0, cpuend = 0;
     QTimer::singleShot(0, [&] {
         clock.start();
-        cpustart = processorseconds();
+        cpustart = kelvane::bench::processorseconds();
         probe.start(20);
         QTimer::singleShot(static_cast<int>(seconds * 1000), [&] {
             stopdue = clock.elapsed();
@@ -148,7 +129,7 @@ int main(int argc, char** argv)
         });
         form.action("menustart")->trigger();
         stopdone = clock.elapsed();
-        cpuend = processorseconds();
+        cpuend = kelvane::bench::processorseconds();
         probe.stop();
         QCoreApplication::quit();
     });
