@@ -6,10 +6,12 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <map>
 #include <string_view>
+#include <vector>
 
 namespace kelvane::cli {
 
