@@ -139,6 +139,7 @@ void ToolRouter::recompute()
     MachineHooks& hooks = machinehooks();
     refreshmemory_ = st.optrefreshmemory == "ON" && (st.Form2 || st.Form20);
     refreshbreakpoints_ = st.optrefreshbreakpoints == "ON" && st.Form8;
+    breakpointsview_ = refreshbreakpoints_ ? tool(Tool::Form8) : nullptr;
     settoolsopen();
     const ToolWindow* viewer = tool(Tool::Form16);
     viewertakes_ = viewer && viewer->takesrows();
@@ -153,8 +154,8 @@ void ToolRouter::setlogfileopen(bool open)
 
 void ToolRouter::toolrefresh(MachineState& st)
 {
-    if (refreshbreakpoints_)
-        drawlines();
+    if (breakpointsview_) // found by recompute: no lookup per instruction
+        breakpointsview_->drawlines();
     if (refreshmemory_) {
         if (st.Form2)
             memorijaprint();

@@ -165,6 +165,7 @@ private:
     bool memorydue_ = false, portsdue_ = false; // an editor asked to redraw that has not drawn yet
     void forgetdue(Tool t);
     void settoolsopen();
+    ToolWindow* breakpointsview_ = nullptr; // Form8 while it is open and follows each instruction
 };
 
 ToolRouter& toolrouter();

@@ -191,8 +191,10 @@ private:
 
 // ---------------------------------------------------------------------------------------------
 
-Form8::Form8(QWidget* parent) : QWidget(parent, Qt::Window)
+Form8::Form8(QWidget* parent) : QWidget(parent, Qt::Window), st_(machinestate())
 {
+    placedaddress_.fill(-1);
+    rowat_.fill(-1);
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(QStringLiteral("Form8"));
     setWindowTitle(QStringLiteral("Breakpoints Manager"));
@@ -246,7 +248,6 @@ void Form8::buildcontrols()
     imelabela_->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
     imelabela_->setTextFormat(Qt::PlainText);
     imelabela_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    imelabela_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     where->addWidget(Label2_);
     where->addWidget(imelabela_, 1);
     outer->addLayout(where);
@@ -414,8 +415,7 @@ void Form8::loadlisting()
     barmaximum_ = 1;
     vscrollbar1_->setMaximum(1);
     vscrollbar1_->setEnabled(false);
-    imelabela_->clear();
-    imelabela_->setToolTip(QString());
+    showlocation(QString());
     for (QLabel* l : prekidlabela_)
         l->clear();
     listing_.clear();
@@ -431,8 +431,7 @@ void Form8::loadlisting()
     if (closing_)
         return;
     if (!path.isEmpty()) {
-        imelabela_->setText(path);
-        imelabela_->setToolTip(path);
+        showlocation(path);
         readlisting(path);
     }
 
@@ -448,7 +447,7 @@ void Form8::loadlisting()
 
 QString Form8::findlisting()
 {
-    const MachineState& st = machinestate();
+    const MachineState& st = st_;
     QString program;
     if (QWidget* main = commands().window ? commands().window() : nullptr)
         if (auto* qstaza = main->findChild<QLabel*>(QStringLiteral("qstaza")))
@@ -484,7 +483,7 @@ QString Form8::findlisting()
 
 QString Form8::makelisting(const QString& folder, const QString& name)
 {
-    const MachineState& st = machinestate();
+    const MachineState& st = st_;
     Disassembler engine; // a run of its own: the Disassembler window's program stays as it is
     engine.workfolder = std::filesystem::path(folder.toStdString());
     const int32_t size = std::clamp(st.programsize, 1, 65536);
@@ -523,33 +522,48 @@ void Form8::readlisting(const QString& path)
 
 void Form8::readpoints()
 {
-    const BreakpointTexts& points = machinestate().breakpointaddress;
+    const BreakpointTexts& points = st_.breakpointaddress;
     for (int k = 0; k < 10; ++k)
         points_[static_cast<size_t>(k)] = parsehexword(points[k]);
     changed_ = true;
 }
 
+void Form8::placerows()
+{
+    changed_ = false;
+    for (int32_t& a : placedaddress_) {
+        if (a >= 0)
+            rowat_[static_cast<size_t>(a)] = -1;
+        a = -1;
+    }
+    // A caption shorter than 14 characters holds no code byte; a later line of the same address wins.
+    if (linewidth_ < 14)
+        return;
+    for (int i = 0; i < shown_; ++i) {
+        const int32_t a = listing_.codeaddress(bar_ + i);
+        placedaddress_[static_cast<size_t>(i)] = a;
+        if (a >= 0)
+            rowat_[static_cast<size_t>(a)] = static_cast<int8_t>(i);
+    }
+}
+
 void Form8::drawlines()
 {
-    const MachineState& st = machinestate();
-    const int32_t pc = st.pc;
-    const bool running = st.running;
+    const int32_t pc = st_.pc;
+    const bool running = st_.running;
     if (!changed_ && pc == lastpc_ && running == lastrunning_)
         return; // nothing it depends on has changed since the last call
-    changed_ = false;
+    if (changed_)
+        placerows();
     lastpc_ = pc;
     lastrunning_ = running;
 
-    // The arrow stands at the last line on view whose code address is the PC; a caption shorter
-    // than 14 characters holds no code byte.
-    int row = -1;
-    if (shown_ > 0 && linewidth_ >= 14)
-        if (const int32_t line = listing_.lastcodeline(pc, bar_, bar_ + shown_ - 1); line > 0)
-            row = line - bar_;
+    // The arrow stands at the last line on view whose code address is the PC.
+    const int row = static_cast<uint32_t>(pc) < 65536u ? rowat_[static_cast<size_t>(pc)] : -1;
     pcrow_ = row;
 
     // Keeping the PC in view during a run: outside lines 2-17 the PC's first line becomes the fourth.
-    if (running && holdpc_ == 1 && (row < 2 || row > rows - 3)) {
+    if ((row < 2 || row > rows - 3) && running && holdpc_ == 1) {
         if (const int32_t line = listing_.firstline(pc); line > 0) {
             const int value = std::clamp(line - 3, 1, barmaximum_);
             if (value != bar_) {
@@ -560,13 +574,12 @@ void Form8::drawlines()
             }
         }
     }
-    requestpaint();
+    if (!paintdue_)
+        requestpaint();
 }
 
 void Form8::requestpaint()
 {
-    if (paintdue_)
-        return;
     paintdue_ = true;
     const qint64 since = sincepaint_.isValid() ? sincepaint_.elapsed() : paintinterval;
     if (since >= paintinterval)
@@ -641,7 +654,15 @@ QString Form8::prekidlabela(int i) const
 
 QString Form8::imelabela() const
 {
-    return imelabela_->text();
+    return location_;
+}
+
+void Form8::showlocation(const QString& path)
+{
+    location_ = path;
+    imelabela_->setToolTip(path);
+    const int room = std::max(0, imelabela_->contentsRect().width() - 4);
+    imelabela_->setText(imelabela_->fontMetrics().elidedText(path, Qt::ElideMiddle, room));
 }
 
 QWidget* Form8::lineview() const
@@ -659,7 +680,7 @@ QRect Form8::linerect(int i) const
 
 void Form8::sortbreakpoints()
 {
-    BreakpointTexts& points = machinestate().breakpointaddress;
+    BreakpointTexts& points = st_.breakpointaddress;
     std::array<int32_t, 10> values{};
     for (int i = 0; i < 10; ++i)
         values[static_cast<size_t>(i)] = points[i].empty() ? emptyentry : parsehexword(points[i]);
@@ -680,7 +701,7 @@ void Form8::linija_Click(int i)
     const LineFields f = linefields(caption);
     if (!f.codeline())
         return;
-    BreakpointTexts& points = machinestate().breakpointaddress;
+    BreakpointTexts& points = st_.breakpointaddress;
     const std::string text = hexword(f.address);
     int at = -1;
     for (int k = 0; k < 10 && at < 0; ++k)
@@ -704,7 +725,7 @@ void Form8::linija_Click(int i)
 
 void Form8::Command1_Click()
 {
-    machinestate().breakpointaddress.clear();
+    st_.breakpointaddress.clear();
     sortbreakpoints();
     drawlines();
 }
@@ -757,6 +778,7 @@ void Form8::resizeEvent(QResizeEvent* event)
     QWidget::resizeEvent(event);
     if (isMinimized())
         return;
+    showlocation(location_);
     // The lines follow the view's own resize (setlinewidth); here only the limits are kept.
     if (loadheight_ > 0 && (height() != loadheight_ || width() < minwidth || width() > maxwidth))
         resize(std::clamp(width(), minwidth, maxwidth), loadheight_);

@@ -85,9 +85,11 @@ private:
     QString findlisting();
     QString makelisting(const QString& folder, const QString& name);
     void readlisting(const QString& path);
+    void showlocation(const QString& path); // imelabela, shortened in the middle to fit
     void vscrollbar1_Change(int value);
     void setlinewidth();
     void readpoints();
+    void placerows();
     void requestpaint();
     void flush();
     void functionkey(int key, Qt::KeyboardModifiers mods);
@@ -105,6 +107,11 @@ private:
     int barmaximum_ = 1;
     int shown_ = 0;           // lines on view: the smaller of listingcount and 20
     std::array<int32_t, 10> points_{}; // breakpointaddress as numbers, -1 for empty
+    // The row on view of each address's last code line there, -1 elsewhere: the arrow's row in one
+    // step per instruction. placedaddress_ keeps the entries set, to clear them at the next change.
+    MachineState& st_;
+    std::array<int32_t, rows> placedaddress_{};
+    std::array<int8_t, 65536> rowat_;
     int pcrow_ = -1;
     int32_t lastpc_ = -1;
     bool lastrunning_ = false;
@@ -128,6 +135,7 @@ private:
     QScrollBar* vscrollbar1_ = nullptr;
     QTimer* Timer1_ = nullptr;
     int wheelrest_ = 0;
+    QString location_;
 };
 
 } // namespace kelvane

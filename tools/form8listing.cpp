@@ -138,8 +138,6 @@ void ListingLines::clear()
     begin_.assign(1, 0);
     codeaddress_.assign(1, -1);
     firstline_.clear();
-    codestart_.clear();
-    codelines_.clear();
 }
 
 void ListingLines::assign(std::string_view bytes)
@@ -163,7 +161,6 @@ void ListingLines::assign(std::string_view bytes)
     const int32_t n = count();
     codeaddress_.assign(static_cast<size_t>(n) + 1, -1);
     firstline_.assign(addresses, 0);
-    codestart_.assign(addresses + 1, 0);
     for (int32_t k = 1; k <= n; ++k) {
         const LineFields f = linefields(line(k));
         if (f.address < 0)
@@ -171,18 +168,9 @@ void ListingLines::assign(std::string_view bytes)
         auto& first = firstline_[static_cast<size_t>(f.address)];
         if (first == 0)
             first = k;
-        if (f.codeline()) {
+        if (f.codeline())
             codeaddress_[static_cast<size_t>(k)] = f.address;
-            ++codestart_[static_cast<size_t>(f.address) + 1];
-        }
     }
-    for (size_t a = 1; a < codestart_.size(); ++a)
-        codestart_[a] += codestart_[a - 1];
-    codelines_.assign(codestart_.back(), 0);
-    std::vector<uint32_t> fill(codestart_.begin(), codestart_.end() - 1);
-    for (int32_t k = 1; k <= n; ++k)
-        if (const int32_t a = codeaddress_[static_cast<size_t>(k)]; a >= 0)
-            codelines_[fill[static_cast<size_t>(a)]++] = k;
 }
 
 std::string_view ListingLines::line(int32_t n) const
@@ -198,24 +186,6 @@ int32_t ListingLines::firstline(int32_t address) const
     if (address < 0 || address >= addresses || firstline_.empty())
         return 0;
     return firstline_[static_cast<size_t>(address)];
-}
-
-int32_t ListingLines::lastcodeline(int32_t address, int32_t first, int32_t last) const
-{
-    if (address < 0 || address >= addresses || codestart_.empty())
-        return 0;
-    const auto b = codelines_.begin() + codestart_[static_cast<size_t>(address)];
-    const auto e = codelines_.begin() + codestart_[static_cast<size_t>(address) + 1];
-    if (b == e)
-        return 0;
-    // Nearly always one line per address: look at it before searching.
-    if (e - b == 1)
-        return *b >= first && *b <= last ? *b : 0;
-    auto it = std::upper_bound(b, e, last);
-    if (it == b)
-        return 0;
-    --it;
-    return *it >= first ? *it : 0;
 }
 
 } // namespace kelvane

@@ -1,6 +1,6 @@
 // The listing that the Breakpoints Manager follows: the file's lines after tab expansion, which of
-// them are code lines and at what address, and the address-to-lines index that lets the window
-// find the PC's line in a few steps per instruction, however long the listing is.
+// them are code lines and at what address, and the index from an address to its first line that
+// lets the window bring the PC's line into view in one step, however long the listing is.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -43,16 +43,11 @@ public:
     // The number of the first line whose characters 8-11 read `address` (code byte or not), 0 if none.
     int32_t firstline(int32_t address) const;
 
-    // The last code line of `address` among lines first..last, 0 if none.
-    int32_t lastcodeline(int32_t address, int32_t first, int32_t last) const;
-
 private:
     std::string text_;                 // the lines one after the other, without terminators
     std::vector<size_t> begin_{0};     // begin_[n-1]..begin_[n] is line n
     std::vector<int32_t> codeaddress_{-1}; // index 0 unused
     std::vector<int32_t> firstline_;       // 65536 entries once assigned
-    std::vector<uint32_t> codestart_;      // 65537 offsets into codelines_, by address
-    std::vector<int32_t> codelines_;       // code line numbers grouped by address, ascending
 };
 
 } // namespace kelvane

@@ -134,14 +134,6 @@ TEST(Form8Lines, IndexOfAddressesToLines)
     EXPECT_EQ(l.firstline(0x0FFF), 0);
     EXPECT_EQ(l.codeaddress(2), -1);
     EXPECT_EQ(l.codeaddress(3), 0x0010);
-    const struct {
-        int32_t address, first, last, line;
-    } cases[] = {
-        {0x0010, 1, 6, 5}, {0x0010, 1, 4, 3}, {0x0010, 4, 4, 0}, {0x0012, 1, 3, 0},
-        {0x0012, 4, 20, 4}, {0x0013, 1, 6, 0}, {-1, 1, 6, 0},    {70000, 1, 6, 0},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(l.lastcodeline(c.address, c.first, c.last), c.line) << c.address << " " << c.first;
 }
 
 TEST(Form8Lines, AnyFileIsAListing)
@@ -164,7 +156,7 @@ TEST(Form8Lines, AnyFileIsAListing)
     l.assign(many);
     EXPECT_EQ(l.count(), 1000000);
     EXPECT_EQ(l.firstline(0), 1);
-    EXPECT_EQ(l.lastcodeline(0, 500000, 500019), 500019);
+    EXPECT_EQ(l.codeaddress(1000000), 0);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -387,6 +379,28 @@ TEST_F(Form8Test, ClicksSetAndRemoveBreakpointsInOrder)
     EXPECT_EQ(points(), std::vector<std::string>(10));
     EXPECT_FALSE(w->prekidsimbol(5));
     EXPECT_EQ(w->prekidlabela(0), "");
+}
+
+TEST_F(Form8Test, TheArrowStandsAtTheLastLineOfItsAddress)
+{
+    writelisting("prog.lst", "Line   Addr Opcodes\n"
+                             "0001   0010                     LOOP:\n"
+                             "0002   0010 3E 01               MVI A,1\n"
+                             "0003   0012 C3 10 00            JMP LOOP\n"
+                             "0004   0010 00                  NOP\n");
+    program({0x00});
+    Form8* w = open();
+    st().pc = 0x10;
+    w->drawlines();
+    EXPECT_EQ(w->pcsimbol(), 4);
+    w->linija_Click(2);
+    EXPECT_EQ(points()[0], "0010");
+    const bool marks[] = {false, false, true, false, true};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(w->prekidsimbol(i), marks[i]) << i;
+    st().pc = 0x12;
+    w->drawlines();
+    EXPECT_EQ(w->pcsimbol(), 3);
 }
 
 TEST_F(Form8Test, TheEleventhIsRefusedAndTheTenStay)
