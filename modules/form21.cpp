@@ -60,10 +60,10 @@ Form21::Form21(QWidget* parent) : QWidget(parent, Qt::Window)
     command1->setObjectName(QStringLiteral("Command1"));
     connect(command1, &QPushButton::clicked, this, &Form21::Command1_Click);
     auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, 6, 0, 0);
     row->addStretch(1);
     row->addWidget(command1);
     grid->addLayout(row, 5, 0, 1, 4);
-    grid->setRowMinimumHeight(5, command1->sizeHint().height() + 10);
     adjustSize();
     setMinimumSize(size());
     placewindow(this, 21);

@@ -172,42 +172,6 @@ int handle(sd_bus_message* m, void* userdata, sd_bus_error*)
     return 0;
 }
 
-// The object's table, built from servermethods: each entry's offset leads its handler to the
-// method's row of servermethods (the object's user data is the table's start).
-const std::vector<sd_bus_vtable>& servervtable()
-{
-    static const std::vector<sd_bus_vtable> table = [] {
-        std::vector<sd_bus_vtable> t;
-        sd_bus_vtable start{};
-        start.type = _SD_BUS_VTABLE_START;
-        start.x.start.element_size = sizeof(sd_bus_vtable);
-        start.x.start.features = _SD_BUS_VTABLE_PARAM_NAMES;
-        start.x.start.vtable_format_reference = &sd_bus_object_vtable_format;
-        t.push_back(start);
-        static std::array<std::string, kindsignatures.size()> names; // NUL-ended as sd-bus reads them
-        for (size_t k = 0; k < names.size(); ++k)
-            names[k] = std::string(kindsignatures[k].names);
-        for (size_t i = 0; i < servermethods.size(); ++i) {
-            const ServerMethod& method = servermethods[i];
-            const KindSignature& k = kindsignatures[static_cast<size_t>(method.kind)];
-            sd_bus_vtable entry{};
-            entry.type = _SD_BUS_VTABLE_METHOD;
-            entry.x.method.member = method.name;
-            entry.x.method.signature = k.in;
-            entry.x.method.result = k.out;
-            entry.x.method.handler = handle;
-            entry.x.method.offset = i * sizeof(ServerMethod);
-            entry.x.method.names = names[static_cast<size_t>(method.kind)].c_str();
-            t.push_back(entry);
-        }
-        sd_bus_vtable end{};
-        end.type = _SD_BUS_VTABLE_END;
-        t.push_back(end);
-        return t;
-    }();
-    return table;
-}
-
 } // namespace
 
 AutomationServer::AutomationServer() = default;
@@ -215,6 +179,37 @@ AutomationServer::AutomationServer() = default;
 AutomationServer::~AutomationServer()
 {
     stop();
+}
+
+// The object's table, built from servermethods: each entry's offset leads its handler to the
+// method's row of servermethods (the object's user data is the table's start).
+void AutomationServer::buildvtable()
+{
+    for (size_t k = 0; k < names_.size(); ++k)
+        names_[k] = std::string(kindsignatures[k].names); // NUL-ended as sd-bus reads them
+    vtable_.clear();
+    sd_bus_vtable start{};
+    start.type = _SD_BUS_VTABLE_START;
+    start.x.start.element_size = sizeof(sd_bus_vtable);
+    start.x.start.features = _SD_BUS_VTABLE_PARAM_NAMES;
+    start.x.start.vtable_format_reference = &sd_bus_object_vtable_format;
+    vtable_.push_back(start);
+    for (size_t i = 0; i < servermethods.size(); ++i) {
+        const ServerMethod& method = servermethods[i];
+        const KindSignature& k = kindsignatures[static_cast<size_t>(method.kind)];
+        sd_bus_vtable entry{};
+        entry.type = _SD_BUS_VTABLE_METHOD;
+        entry.x.method.member = method.name;
+        entry.x.method.signature = k.in;
+        entry.x.method.result = k.out;
+        entry.x.method.handler = handle;
+        entry.x.method.offset = i * sizeof(ServerMethod);
+        entry.x.method.names = names_[static_cast<size_t>(method.kind)].c_str();
+        vtable_.push_back(entry);
+    }
+    sd_bus_vtable end{};
+    end.type = _SD_BUS_VTABLE_END;
+    vtable_.push_back(end);
 }
 
 bool AutomationServer::start()
@@ -225,8 +220,8 @@ bool AutomationServer::start()
     if (sd_bus_open_user(&raw) < 0)
         return false;
     BusPtr bus(raw);
-    if (sd_bus_add_object_vtable(raw, &object_, IKELVANE_SERVER_PATH, IKELVANE_SERVER_INTERFACE,
-                                 servervtable().data(), const_cast<ServerMethod*>(servermethods.data())) < 0 ||
+    buildvtable();
+    if (sd_bus_add_object_vtable(raw, &object_, IKELVANE_SERVER_PATH, IKELVANE_SERVER_INTERFACE, vtable_.data(), const_cast<ServerMethod*>(servermethods.data())) < 0 ||
         sd_bus_request_name(raw, IKELVANE_SERVER_NAME, 0) < 0) {
         object_ = sd_bus_slot_unref(object_);
         return false;

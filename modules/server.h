@@ -7,10 +7,13 @@
 
 #include <QObject>
 
+#include <array>
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace kelvane {
 
@@ -34,9 +37,12 @@ public:
     void defer(sd_bus_message* call, std::function<void()> action);
 
 private:
+    void buildvtable();
     void watch();
     void rearm();
 
+    std::vector<sd_bus_vtable> vtable_;       // the object's methods, alive while it is published
+    std::array<std::string, 5> names_;        // their argument names
     BusPtr bus_;
     sd_bus_slot* object_ = nullptr;
     bool processing_ = false;

@@ -2,6 +2,7 @@
 // with their cells (recorded by test modules, compared with tests/data/modules/*.log), modules
 // that fail in every way, creation, and the 24 server methods through busctl.
 #include "core/machine.h"
+#include "modules/form21.h"
 #include "modules/modulehost.h"
 #include "modules/modules.h"
 #include "sim/form1.h"
@@ -11,12 +12,16 @@
 
 #include <QAction>
 #include <QFile>
+#include <QInputDialog>
+#include <QLabel>
 #include <QProcess>
+#include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include "tests/common/dialogdriver.h"
+#include "tests/common/shot.h"
 
 #include <gtest/gtest.h>
 
@@ -224,6 +229,73 @@ TEST_F(Modules, ServerMethods)
             break;
     }
     EXPECT_EQ(names, lines(std::string(KELVANE_MODULEDATA) + "servermethods.txt"));
+}
+
+} // namespace
+
+namespace {
+
+// Form21: SET with an answer (or DEL when none), what the slot then shows, and the message.
+struct SlotCase {
+    int slot;
+    const char* answer;
+    const char* text; // moduletext afterwards
+    const char* message;
+};
+
+const SlotCase slotcases[] = {
+    {1, "rec.one", "rec.one", ""},
+    {2, "nodot", "OFF", "Dot character '.' is required."},
+    {2, "", "OFF", ""},
+    {3, "a.b", "a.b", ""},
+    {3, nullptr, "OFF", ""},
+    {4, "x.y", "x.y", ""},
+};
+
+TEST_F(Modules, Form21Slots)
+{
+    module(5, "rec.one");
+    st().optconfirm = "ON";
+    test::DialogDriver driver;
+    kreirajobjekte(nullptr);
+    auto* form = new Form21;
+    form->show();
+    for (const SlotCase& c : slotcases) {
+        driver.texts.clear();
+        if (c.answer) {
+            driver.on<QInputDialog>([&](QInputDialog* box) {
+                box->setTextValue(QString::fromLatin1(c.answer));
+                box->accept();
+            });
+            form->findChild<QPushButton*>(QStringLiteral("set%1").arg(c.slot))->click();
+        } else {
+            form->findChild<QPushButton*>(QStringLiteral("del%1").arg(c.slot))->click();
+        }
+        const bool used = std::string(c.text) != "OFF";
+        EXPECT_EQ(st().moduletext[static_cast<size_t>(c.slot - 1)], c.text);
+        EXPECT_EQ(form->findChild<QLabel*>(QStringLiteral("obj%1").arg(c.slot))->text(), used ? c.text : "");
+        EXPECT_EQ(form->findChild<QPushButton*>(QStringLiteral("set%1").arg(c.slot))->isEnabled(), !used);
+        EXPECT_EQ(driver.texts, *c.message ? std::vector<QString>{c.message} : std::vector<QString>{});
+    }
+    test::saveshot(form, QStringLiteral("form21"));
+    form->findChild<QPushButton*>(QStringLiteral("Command1"))->click(); // applies
+    EXPECT_EQ(driver.texts, (std::vector<QString>{"Could not establish connection with External Module 4."}));
+    EXPECT_EQ(toolrouter().window(Tool::Form21), nullptr);
+    const std::vector<std::string> stored = {"rec.one", "OFF", "OFF", "x.y", "rec.one"};
+    for (size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(regread("External Module " + std::to_string(i + 1)), stored[i]);
+        EXPECT_EQ(st().moduleobject[i] != nullptr, i == 0 || i == 4) << i;
+    }
+    // Closed any other way, the window applies nothing; the text it set stays for this run.
+    form = new Form21;
+    driver.on<QInputDialog>([](QInputDialog* box) {
+        box->setTextValue(QStringLiteral("p.q"));
+        box->accept();
+    });
+    form->findChild<QPushButton*>(QStringLiteral("set2"))->click();
+    form->close();
+    EXPECT_EQ(regread("External Module 2"), "OFF");
+    EXPECT_EQ(st().moduletext[1], "p.q");
 }
 
 } // namespace
