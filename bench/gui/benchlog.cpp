@@ -4,6 +4,7 @@
 // ".log" file and repainting after a wheel notch, Page Down and a drag of its bar to the end.
 // Rates are by wall clock and by the process's CPU time (steadier on a shared machine).
 #include "app/windows.h"
+#include "bench/gui/measure.h"
 #include "core/execute.h"
 #include "core/machine.h"
 #include "sim/form1.h"
@@ -33,11 +34,11 @@ using namespace kelvane;
 
 namespace {
 
-// CPU time of the whole process (the run and the log's writer thread), or of the run's thread.
-double cputime(clockid_t which = CLOCK_PROCESS_CPUTIME_ID)
+// Processor time of the run's thread alone (the process's: bench::processorseconds).
+double threadseconds()
 {
     timespec t{};
-    clock_gettime(which, &t);
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
 }
 
@@ -53,11 +54,11 @@ Rate run(Form1& form, double seconds)
     QTimer::singleShot(static_cast<int>(seconds * 1000), &form, [&form] { form.action("menustop")->trigger(); });
     QElapsedTimer clock;
     clock.start();
-    const double cpu0 = cputime(), run0 = cputime(CLOCK_THREAD_CPUTIME_ID);
+    const double cpu0 = bench::processorseconds(), run0 = threadseconds();
     form.action("menustart")->trigger();
     const double wall = static_cast<double>(clock.nsecsElapsed()) / 1e9;
-    return {static_cast<double>(machinestate().instructioncount), wall, cputime() - cpu0,
-            cputime(CLOCK_THREAD_CPUTIME_ID) - run0};
+    return {static_cast<double>(machinestate().instructioncount), wall, bench::processorseconds() - cpu0,
+            threadseconds() - run0};
 }
 
 // The best of several measurements, by wall clock and by CPU time separately.
@@ -96,7 +97,7 @@ Rate plainwrites(const std::string& path, double bytes)
         return {0, 1, 1};
     QElapsedTimer clock;
     clock.start();
-    const double cpu0 = cputime();
+    const double cpu0 = bench::processorseconds();
     double written = 0;
     while (written < bytes) {
         if (::write(fd, block.data(), block.size()) != static_cast<ssize_t>(block.size()))
@@ -106,7 +107,7 @@ Rate plainwrites(const std::string& path, double bytes)
     ::close(fd);
     const double wall = static_cast<double>(clock.nsecsElapsed()) / 1e9;
     ::unlink(path.c_str());
-    return {written / static_cast<double>(line.size()), wall, cputime() - cpu0};
+    return {written / static_cast<double>(line.size()), wall, bench::processorseconds() - cpu0};
 }
 
 // Milliseconds from an action on the viewer to the end of the repaint it causes (worst of n).
@@ -145,25 +146,6 @@ protected:
 private:
     QWidget* widget_;
     bool painted_ = false;
-};
-
-// Counts the paints of a widget.
-class PaintCount : public QObject {
-public:
-    explicit PaintCount(QWidget* w) : widget_(w) { w->installEventFilter(this); }
-    ~PaintCount() override { widget_->removeEventFilter(this); }
-    double count = 0;
-
-protected:
-    bool eventFilter(QObject* o, QEvent* e) override
-    {
-        if (o == widget_ && e->type() == QEvent::Paint)
-            ++count;
-        return false;
-    }
-
-private:
-    QWidget* widget_;
 };
 
 } // namespace
@@ -240,12 +222,14 @@ int main(int argc, char** argv)
     // Rate 5 with the viewer open: a row per instruction, the table repainted at the display's pace.
     {
         QWidget* viewport = viewer->findChild<QTableView*>("logtable")->viewport();
-        PaintCount paints(viewport);
+        bench::PaintCounter paints;
+        viewport->installEventFilter(&paints);
         form.menuspeed_Click(5);
         const Rate r5 = run(form, std::min(seconds, 3.0));
         form.menuspeed_Click(6);
         std::printf("%-40s %6.0f rows/s, %zu rows, table repainted %.0f times a second\n", "rate 5, viewer open",
-                    r5.perwall(), viewer->logcount(), paints.count / r5.wall);
+                    r5.perwall(), viewer->logcount(), static_cast<double>(paints.paints) / r5.wall);
+        viewport->removeEventFilter(&paints);
     }
 
     // A 450,000-row file.
