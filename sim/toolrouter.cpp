@@ -1,5 +1,6 @@
 #include "sim/toolrouter.h"
 
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 
 namespace kelvane {
@@ -107,6 +108,8 @@ void ToolRouter::opened(Tool t, QWidget* w, ToolWindow* calls)
     if (bool* flag = openflag(machinestate(), t))
         *flag = true;
     recompute();
+    if (calls)
+        calls->settheme(); // a window takes the theme as it loads
 }
 
 void ToolRouter::closed(Tool t)
@@ -242,6 +245,7 @@ void ToolRouter::settheme()
     for (Tool t : alltools)
         if (ToolWindow* w = tool(t))
             w->settheme();
+    themefollowers();
 }
 
 void ToolRouter::unloadbreakpoints()

@@ -109,7 +109,8 @@ public:
     ToolWindow* tool(Tool t) const;
 
     // Called by a window at its load and its unload: sets and clears the window-open flag,
-    // keeps the window and recomputes what the machine calls after each instruction.
+    // keeps the window and recomputes what the machine calls after each instruction. At load the
+    // window takes the current theme (its settheme).
     void opened(Tool t, QWidget* w, ToolWindow* calls);
     void closed(Tool t);
     // Form1's unload: closes the open tool windows in the order of flaggedtools, then the rest.
@@ -136,7 +137,9 @@ public:
     void logadd(std::string_view row);  // when the viewer takes rows
     void logclean();                    // when Form16 is open
     void devicerefresh(int n, int32_t value); // when Form5 is open
-    void settheme();                    // Form1 (themehook) and every open window
+    // applytheme: Form1 (themehook), every open window in the order of alltools (the flagged
+    // ones first), then the shell's windows that follow the theme (About, Help, messages).
+    void settheme();
     void unloadbreakpoints();           // closes Form8 when open
 
     // Form1's own settheme, set by Form1.
