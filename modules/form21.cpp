@@ -91,9 +91,9 @@ void Form21::showmodules()
 void Form21::setclick(int n)
 {
     bool ok = false;
-    const QString answer = inputbox(
-        this, displaytext(QStringLiteral("Please enter external module reference in the form:\r\nApplicationName.ObjectName")),
-        QString(), &ok);
+    const QString prompt =
+        QStringLiteral("Please enter external module reference in the form:\r\nApplicationName.ObjectName");
+    const QString answer = inputbox(this, displaytext(prompt), QString(), &ok);
     if (answer.isEmpty())
         return;
     if (!answer.contains(QLatin1Char('.'))) {

@@ -234,7 +234,8 @@ std::shared_ptr<ModuleObject> ModuleHost::create(const std::string& reference)
         sd_bus_message_set_auto_start(raw, 0);
         const MessagePtr xml = call(raw, IKELVANE_CALL_TIMEOUT_USEC);
         const char* text = nullptr;
-        if (xml && !sd_bus_message_is_method_error(xml.get(), nullptr) && sd_bus_message_read(xml.get(), "s", &text) > 0)
+        if (xml && !sd_bus_message_is_method_error(xml.get(), nullptr) &&
+            sd_bus_message_read(xml.get(), "s", &text) > 0)
             offered = offeredmethods(text);
     }
     return std::make_shared<BusModule>(*this, unique, offered);

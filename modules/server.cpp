@@ -221,7 +221,9 @@ bool AutomationServer::start()
         return false;
     BusPtr bus(raw);
     buildvtable();
-    if (sd_bus_add_object_vtable(raw, &object_, IKELVANE_SERVER_PATH, IKELVANE_SERVER_INTERFACE, vtable_.data(), const_cast<ServerMethod*>(servermethods.data())) < 0 ||
+    void* table = const_cast<ServerMethod*>(servermethods.data());
+    if (sd_bus_add_object_vtable(raw, &object_, IKELVANE_SERVER_PATH, IKELVANE_SERVER_INTERFACE, vtable_.data(),
+                                 table) < 0 ||
         sd_bus_request_name(raw, IKELVANE_SERVER_NAME, 0) < 0) {
         object_ = sd_bus_slot_unref(object_);
         return false;
@@ -229,7 +231,7 @@ bool AutomationServer::start()
     bus_ = std::move(bus);
     stopfd_ = eventfd(0, EFD_CLOEXEC);
     armed_ = true;
-    watcher_ = std::thread([this] { watch(); });
+    watcher_ = std::thread([this, busfd = fd()] { watch(busfd); });
     modulehost().setserver(this);
     return true;
 }
@@ -255,9 +257,10 @@ int AutomationServer::fd() const
     return bus_ ? sd_bus_get_fd(bus_.get()) : -1;
 }
 
-void AutomationServer::watch()
+void AutomationServer::watch(int busfd)
 {
-    pollfd fds[2] = {{fd(), POLLIN, 0}, {stopfd_, POLLIN, 0}};
+    // Only the descriptor and the flags: the bus itself belongs to the window thread.
+    pollfd fds[2] = {{busfd, POLLIN, 0}, {stopfd_, POLLIN, 0}};
     for (;;) {
         armed_.wait(false);
         fds[0].revents = fds[1].revents = 0;

@@ -38,7 +38,7 @@ public:
 
 private:
     void buildvtable();
-    void watch();
+    void watch(int busfd);
     void rearm();
 
     std::vector<sd_bus_vtable> vtable_;       // the object's methods, alive while it is published

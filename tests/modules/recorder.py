@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-# A test module: appends every call with its arguments to a log ("NAME method port value"), offers
-# only the methods it is told, answers readio/writeio with the cells it is told (-2 hands a cell
-# back as it came), and can sleep in objectrefresh, exit in it, or call the server back from it.
-import argparse
+# A test module: logs each call with its arguments ("NAME method port value"), offers only the
+# methods it is told, answers the cells as told (-2 hands a cell back as it came), and can sleep
+# in, exit from or call the server back from objectrefresh.
 import os
+import sys
 import time
 
 import dbus
@@ -11,29 +11,20 @@ import dbus.mainloop.glib
 import dbus.service
 from gi.repository import GLib
 
-IFACE = "ikelvane.module"
-opts = argparse.ArgumentParser()
-opts.add_argument("name")
-opts.add_argument("log")
-opts.add_argument("--methods", default="objectinit,objectrefresh,objectterm,readio,writeio")
-opts.add_argument("--answer", type=int, nargs=2, default=(-2, -2))
-opts.add_argument("--sleep", type=float, default=0)
-opts.add_argument("--exit-after", type=int, default=0)
-opts.add_argument("--callback", action="store_true")
-args = opts.parse_args()
-offered = args.methods.split(",")
+name, logpath, *options = sys.argv[1:]  # then methods=A,B answer=PORT,VALUE sleep=S exit=N callback=1
+opt = dict(o.split("=", 1) for o in options)
+methods = opt.get("methods", "objectinit,objectrefresh,objectterm,readio,writeio").split(",")
+answer = [int(x) for x in opt.get("answer", "-2,-2").split(",")]
 
 
 def log(*parts):
-    with open(args.log, "a") as f:
-        f.write(" ".join(str(p) for p in (args.name,) + parts) + "\n")
+    with open(logpath, "a") as f:
+        print(name, *parts, file=f)
 
 
 def export(sig=""):
     def wrap(fn):
-        if fn.__name__ not in offered:
-            return fn
-        return dbus.service.method(IFACE, in_signature=sig, out_signature=sig)(fn)
+        return dbus.service.method("ikelvane.module", sig, sig)(fn) if fn.__name__ in methods else fn
     return wrap
 
 
@@ -48,14 +39,13 @@ class Module(dbus.service.Object):
     def objectrefresh(self):
         log("objectrefresh")
         Module.refreshes += 1
-        if Module.refreshes == args.exit_after:
+        if Module.refreshes == int(opt.get("exit", 0)):
             os._exit(0)
-        if args.sleep:
-            time.sleep(args.sleep)
+        if "sleep" in opt:
+            time.sleep(float(opt["sleep"]))
             log("objectrefresh done")
-        if args.callback:
-            server = bus.get_object("ikelvane.server", "/server")
-            log("getpc", int(server.getpc(dbus_interface="ikelvane._server")))
+        if "callback" in opt:
+            log("getpc", int(bus.get_object("ikelvane.server", "/server").getpc(dbus_interface="ikelvane._server")))
 
     @export()
     def objectterm(self):
@@ -63,8 +53,7 @@ class Module(dbus.service.Object):
 
     def cells(self, method, port, value):
         log(method, int(port), int(value))
-        p, v = args.answer
-        return (port if p == -2 else p, value if v == -2 else v)
+        return tuple(cell if told == -2 else told for cell, told in zip((port, value), answer))
 
     @export("ii")
     def readio(self, port, value):
@@ -78,6 +67,6 @@ class Module(dbus.service.Object):
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 bus = dbus.SessionBus()
 Module(bus, "/")
-name = dbus.service.BusName(args.name, bus)
+owned = dbus.service.BusName(name, bus)
 print("ready", flush=True)
 GLib.MainLoop().run()
