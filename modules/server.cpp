@@ -174,7 +174,10 @@ int handle(sd_bus_message* m, void* userdata, sd_bus_error*)
 
 } // namespace
 
-AutomationServer::AutomationServer() = default;
+AutomationServer::AutomationServer()
+{
+    modulehost(); // made first, so that it outlives the server, which tells it when it stops
+}
 
 AutomationServer::~AutomationServer()
 {
@@ -250,6 +253,7 @@ void AutomationServer::stop()
     stopfd_ = -1;
     object_ = sd_bus_slot_unref(object_);
     bus_.reset();
+    toolrouter().callwaiting = false;
 }
 
 int AutomationServer::fd() const

@@ -42,30 +42,31 @@ static int objectterm(sd_bus_message* m, void* data, sd_bus_error* error)
 }
 
 /* The cells come in and go back out: change them to tell Kelvane (and the modules after this one). */
-static int readio(sd_bus_message* m, void* data, sd_bus_error* error)
+static int cells(sd_bus_message* m, int out)
 {
     int32_t port, value;
-    (void)data;
-    (void)error;
     int r = sd_bus_message_read(m, IKELVANE_IO_SIGNATURE, &port, &value);
     if (r < 0)
         return r;
-    if (port == 0x30)
-        value = (int32_t)(count & 0xFF);
+    if (!out && port == 0x30)
+        value = (int32_t)(count & 0xFF); /* IN 30H: the count */
+    if (out && !quiet)
+        printf("OUT %02XH -> port %02XH\n", (unsigned)value & 0xFF, (unsigned)port & 0xFF);
     return sd_bus_reply_method_return(m, IKELVANE_IO_SIGNATURE, port, value);
+}
+
+static int readio(sd_bus_message* m, void* data, sd_bus_error* error)
+{
+    (void)data;
+    (void)error;
+    return cells(m, 0);
 }
 
 static int writeio(sd_bus_message* m, void* data, sd_bus_error* error)
 {
-    int32_t port, value;
     (void)data;
     (void)error;
-    int r = sd_bus_message_read(m, IKELVANE_IO_SIGNATURE, &port, &value);
-    if (r < 0)
-        return r;
-    if (!quiet)
-        printf("OUT %02XH -> port %02XH\n", (unsigned)value & 0xFF, (unsigned)port & 0xFF);
-    return sd_bus_reply_method_return(m, IKELVANE_IO_SIGNATURE, port, value);
+    return cells(m, 1);
 }
 
 #define IO_METHODS                                                                                              \
