@@ -147,6 +147,7 @@ SourceEditor::SourceEditor(QWidget* parent)
 
     connect(this, &QsciScintillaBase::SCN_MODIFIED, this,
             [this](int, int type, const char*, int, int added, int, int, int, int, int) { modified(type, added); });
+    connect(this, &QsciScintillaBase::SCN_CHARADDED, this, &SourceEditor::charadded);
     applystyles();
 }
 
@@ -285,7 +286,8 @@ void SourceEditor::formattext()
     if (lang == nullptr || lang->formatter == nullptr || isReadOnly())
         return;
     const std::string before = textbytes();
-    const std::string after = formattextlines(before, lang->formatter);
+    const std::string after = lang->blocks != nullptr ? formatblocktext(before, lang->formatter, lang->blocks)
+                                                      : formattextlines(before, lang->formatter);
     if (after == before)
         return;
     const std::vector<int> marks = markedlines();
@@ -571,6 +573,11 @@ void SourceEditor::keyPressEvent(QKeyEvent* e)
 {
     if (e->matches(QKeySequence::Undo)) {
         undo();
+        e->accept();
+        return;
+    }
+    if ((e->key() == Qt::Key_Return || e->key() == Qt::Key_Enter) &&
+        (e->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier && autoformatenter()) {
         e->accept();
         return;
     }

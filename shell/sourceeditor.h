@@ -33,6 +33,7 @@ enum class EditorColor { background, text, keyword, string, comment, asmcode, er
 struct LanguageMode {
     LineStyler styler = nullptr;
     LineFormatter formatter = nullptr;
+    BlockReader blocks = nullptr; // a language whose blocks indent their bodies
 };
 
 class SourceEditor : public QsciScintilla {
@@ -114,6 +115,14 @@ public:
     int undolevels() const { return undolevels_; }
     bool coloringenabled() const { return coloring_; }
     QFont editorfont() const { return font_; }
+    // Auto format: Enter formats the line it ends and indents the next one by the blocks of a
+    // language that has them (sourceeditorauto.cpp).
+    void setautoformatenabled(bool on) { autoformat_ = on; }
+    bool autoformatenabled() const { return autoformat_; }
+    // Auto case: a typed word that is a keyword but for its case takes the keyword's spelling
+    // when it ends, outside strings and comments. Text that is loaded or pasted stays as it is.
+    void setautocaseenabled(bool on) { autocase_ = on; }
+    bool autocaseenabled() const { return autocase_; }
 
 protected:
     bool event(QEvent* e) override;
@@ -127,6 +136,9 @@ private:
     void restyle();
     void updatemargin(bool force = false);
     const LanguageMode* language() const;
+    void charadded(int ch);
+    void fixcase(long wordend);
+    bool autoformatenter();
 
     SourceLexer* lexer_ = nullptr;
     KeywordSet keywords_;
@@ -140,6 +152,8 @@ private:
     int wheelrest_ = 0;
     int undolevels_ = 10;
     int undone_ = 0;
+    bool autoformat_ = false;
+    bool autocase_ = false;
     int margindigits_ = 0;
     size_t styledbytes_ = 0;
 };

@@ -93,17 +93,18 @@ void KeywordSet::add(std::string_view word)
     std::string up(word);
     for (char& c : up)
         c = upperchar(c);
-    words_.insert(std::move(up));
+    words_.try_emplace(std::move(up), word);
 }
 
-bool KeywordSet::contains(std::string_view word) const
+const std::string* KeywordSet::form(std::string_view word) const
 {
     char buf[16];
     if (word.empty() || word.size() > sizeof buf)
-        return false;
+        return nullptr;
     for (size_t i = 0; i < word.size(); ++i)
         buf[i] = upperchar(word[i]);
-    return words_.find(std::string_view(buf, word.size())) != words_.end();
+    const auto it = words_.find(std::string_view(buf, word.size()));
+    return it == words_.end() ? nullptr : &it->second;
 }
 
 void styleassemblerline(std::string_view line, const KeywordSet& keywords, uint8_t* styles)
@@ -141,7 +142,7 @@ std::string formatassemblerline(std::string_view line)
     return out;
 }
 
-std::string formattextlines(std::string_view text, LineFormatter format)
+std::string formattextlines(std::string_view text, const std::function<std::string(std::string_view)>& format)
 {
     std::string out;
     out.reserve(text.size() + text.size() / 16);
@@ -159,6 +160,24 @@ std::string formattextlines(std::string_view text, LineFormatter format)
         start = nl + 1;
     }
     return out;
+}
+
+std::string formatblocktext(std::string_view text, LineFormatter format, BlockReader blocks)
+{
+    int level = 0;
+    return formattextlines(text, [&level, format, blocks](std::string_view line) {
+        std::string body = format(line);
+        if (body.empty())
+            return body;
+        const LineBlocks b = blocks(body);
+        if (b.closes && level > 0)
+            --level;
+        std::string out(static_cast<size_t>(level), '\t');
+        out += body;
+        if (b.opens)
+            ++level;
+        return out;
+    });
 }
 
 } // namespace kelvane

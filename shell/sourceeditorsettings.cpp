@@ -7,6 +7,7 @@
 #include <QFontInfo>
 
 #include <array>
+#include <utility>
 
 namespace kelvane {
 
@@ -135,6 +136,34 @@ void applyassemblereditor(SourceEditor& editor)
     editor.settabsize(a.tabsize);
     editor.setwheelstep(a.wheelstep);
     editor.setundolevels(a.undolevels);
+}
+
+void applycompilereditor(SourceEditor& editor)
+{
+    loadeditorsettings();
+    const EditorSettings& c = compilereditor();
+    editor.setfontname(QString::fromStdString(c.fontname));
+    editor.setfontsize(c.fontsize);
+    editor.setcoloringenabled(c.coloringenabled != 0);
+    const std::pair<EditorColor, int32_t> colors[] = {
+        {EditorColor::background, c.backgroundcolor},
+        {EditorColor::text, c.textcolor},
+        {EditorColor::keyword, c.keywordcolor},
+        {EditorColor::string, c.stringcolor},
+        {EditorColor::comment, c.commentcolor},
+        {EditorColor::asmcode, c.asmcolor},
+        {EditorColor::error, c.errorcolor},
+        {EditorColor::linenumbersback, c.linenumbersbackcolor},
+        {EditorColor::linenumberstext, c.linenumberstextcolor},
+    };
+    for (const auto& [which, value] : colors)
+        editor.setcolor(which, colorfromvalue(value));
+    editor.setlinenumbersenabled(c.linenumbersenabled != 0);
+    editor.setautoformatenabled(c.autoformatenabled != 0);
+    editor.setautocaseenabled(c.autocaseenabled != 0);
+    editor.settabsize(c.tabsize);
+    editor.setwheelstep(c.wheelstep);
+    editor.setundolevels(c.undolevels);
 }
 
 QFont editorfont(const QString& family, int pointsize)

@@ -1,7 +1,8 @@
 // The settings of the two source editors: the "C " set of the BASIC compiler's editor and the "A "
 // set of the Assembler's, as one table of names and defaults, read and written through the
-// settings store; applyassemblereditor hands the "A " set to an editor. Also the font rule of
-// the editors and the printer: a family that is missing gives way to a really fixed-pitch one.
+// settings store; applyassemblereditor and applycompilereditor hand a set to an editor. Also the
+// font rule of the editors and the printer: a family that is missing gives way to a really
+// fixed-pitch one.
 #pragma once
 #include <QColor>
 #include <QFont>
@@ -45,6 +46,9 @@ void defaulteditorsettings();
 
 // loadeditorsettings, then the fourteen "A " properties on the editor, in their order.
 void applyassemblereditor(SourceEditor& editor);
+// loadeditorsettings, then the "C " properties on the editor, in their order. Comment space and
+// procedure separator width are read but the editor has no use for them yet.
+void applycompilereditor(SourceEditor& editor);
 
 // The family at the size in points if it is installed; otherwise a font that is really
 // fixed-pitch ("DejaVu Sans Mono" here, or the system's fixed font).
