@@ -1,6 +1,8 @@
 #include "app/windows.h"
 
 #include "assembler/ui/form6.h"
+#include "basic/ui/form12.h"
+#include "disassembler/ui/form9.h"
 #include "modules/modules.h"
 #include "sim/toolrouter.h"
 #include "tools/form2.h"
@@ -17,6 +19,8 @@ void registerwindows()
 {
     [[maybe_unused]] ToolRouter& r = toolrouter();
     r.setfactory(Tool::Form6, [] { return new Form6; });
+    r.setfactory(Tool::Form9, [] { return new Form9; });
+    r.setfactory(Tool::Form12, [] { return new Form12; });
     r.setfactory(Tool::Form2, [] { return new Form2; });
     r.setfactory(Tool::Form20, [] { return new Form20; });
     r.setfactory(Tool::Form5, [] { return new Form5; });

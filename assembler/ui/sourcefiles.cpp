@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QFileSystemModel>
 
+#include <algorithm>
+
 namespace kelvane {
 
 namespace {
@@ -35,7 +37,7 @@ QStringList SourceFileKind::filterlist() const
 }
 
 QString choosefile(QWidget* parent, bool save, const QString& title, const QStringList& filters, int firstfilter,
-                   const QString& folder, const QString& name)
+                   const QString& folder, const QString& name, int* chosenfilter)
 {
     QFileDialog dialog(parent, title, folder);
     dialog.setOption(QFileDialog::DontUseNativeDialog);
@@ -54,6 +56,8 @@ QString choosefile(QWidget* parent, bool save, const QString& title, const QStri
     listallfiles(dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
+    if (chosenfilter != nullptr)
+        *chosenfilter = static_cast<int>(std::max<qsizetype>(0, filters.indexOf(dialog.selectedNameFilter())));
     return dialog.selectedFiles().constFirst();
 }
 

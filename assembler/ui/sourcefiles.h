@@ -33,9 +33,17 @@ inline constexpr SourceFileKind assemblersource = {
     ".asm",
 };
 
-// Qt's file dialog (never the desktop's) at `folder` with `name` in it; "" when cancelled.
+inline constexpr SourceFileKind basicsource = {
+    "Save BASIC Source As",
+    "Open BASIC Source File",
+    {"Basic BAS files (*.bas)", "All files (*.*)"},
+    ".bas",
+};
+
+// Qt's file dialog (never the desktop's) at `folder` with `name` in it; "" when cancelled. The
+// filter in use when it closed (0-based) goes to *chosenfilter when given.
 QString choosefile(QWidget* parent, bool save, const QString& title, const QStringList& filters, int firstfilter,
-                   const QString& folder, const QString& name = QString());
+                   const QString& folder, const QString& name = QString(), int* chosenfilter = nullptr);
 
 // The name a source is saved under: cut before the first "." of the file's name, never of a
 // folder, and the extension added.
