@@ -283,14 +283,21 @@ void Form9::menuprint_Click()
 
 void Form9::progress(const std::string& phase, const std::string& line)
 {
-    // The frame is repainted every 50 ms and at each new phase, not once a line.
-    if (sincepaint_.elapsed() < 50 && phase == shownphase_)
+    // The frame is repainted at most every 50 ms, not once a line; a new phase shows at the next
+    // repaint.
+    if (sincepaint_.elapsed() < 50) {
+        if (phase != shownphase_) {
+            shownphase_ = phase;
+            poruka1_->setText(qs(phase));
+            poruka2_->setText(qs(line));
+        }
         return;
+    }
     shownphase_ = phase;
     poruka1_->setText(qs(phase));
     poruka2_->setText(qs(line));
-    sincepaint_.restart();
     pump();
+    sincepaint_.restart();
 }
 
 bool Form9::rundisassembler(const std::string& folder, std::string& text)
@@ -315,9 +322,9 @@ void Form9::menudisassemble_Click()
     poruka2_->clear();
     frame1_->show();
     pump();
+    sincepaint_.start();
 
     engine_.progress = [this](const std::string& phase, const std::string& line) { progress(phase, line); };
-    sincepaint_.start();
     std::string text;
     // Where the folder of the files can't be written, the user's own data folder serves.
     bool done = rundisassembler(machinestate().lastpath, text);

@@ -1,217 +1,245 @@
-// The BASIC editor window: names typed in Save As and the files and captions they give, Compile
-// in each of its outcomes with the order of its steps, Replace All and Definition, a folder that
-// can't be written, a binary file, the position settings.
+// The BASIC editor window and its editor's BASIC mode: Format Text, typing, Save As names, Compile
+// in each outcome and the order of its steps, Replace All, Definition, failures, the Edit menu.
+#include "basic/basic.h"
+#include "basic/ui/form12.h"
+#include "shell/sourceeditor.h"
 #include "sim/settings.h"
 
-#include <QAction>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QScreen>
+#include <QTest>
 #include <QTimer>
 
-#include "tests/basic/ui/basicuitest.h"
 #include "tests/common/shot.h"
+#include "tests/common/windowtest.h"
+
+#include <fstream>
 
 using namespace kelvane;
-using kelvane::test::choose;
-using kelvane::test::Form12Test;
 
 namespace {
 
-// What the window looked like when a message box came up: the box's text, whether the editor
-// and the menus were enabled, and the caret's line. Every box is answered with OK.
-struct BoxWatch {
-    struct Seen {
-        QString text;
-        bool editor, menus;
-        int line;
-    };
-    std::vector<Seen> seen;
-    QTimer timer;
-    explicit BoxWatch(Form12* w)
-    {
-        QObject::connect(&timer, &QTimer::timeout, [this, w] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                seen.push_back({box->text(), w->edittextboxpro1()->isEnabled(),
-                                w->menu("menu3")->menuAction()->isEnabled(), w->edittextboxpro1()->currentline()});
-                box->accept();
-            }
-        });
-        timer.start(5);
-    }
-};
-
-TEST_F(Form12Test, SaveAsNamesGiveBasFilesAndCaptions)
+std::string formatted(const std::string& text)
 {
-    const std::vector<std::pair<QString, QString>> cases = {
-        {"prog", "prog.bas"}, {"a.b.c", "a.bas"}, {"test.txt", "test.bas"}, {"x.d/p.q", "x.d/p.bas"}};
-    QDir().mkpath(path("x.d"));
-    for (const auto& [typed, saved] : cases) {
-        editor()->settextbytes(("' " + typed + "\n").toStdString());
-        choose(*driver, path(typed));
-        w->menusaveas_Click();
-        EXPECT_EQ(read(saved), "' " + typed.toUtf8() + "\n") << typed.toStdString();
-        EXPECT_EQ(w->windowTitle(), "BASIC Compiler - " + QFileInfo(saved).fileName());
-        EXPECT_EQ(machinestate().lastpath, QFileInfo(path(saved)).path().toStdString() + "/");
-        EXPECT_EQ(lastbox(), "File " + path(saved) + " saved.");
-    }
-    // New drops the text unasked.
-    w->menunew_Click();
-    EXPECT_EQ(w->windowTitle(), "BASIC Compiler - UNTITLED");
-    EXPECT_TRUE(editor()->isempty());
+    return formatblocktext(text, formatbasicline, basicblocks);
 }
 
-TEST_F(Form12Test, AnOpenedFileKeepsItsNameAndFolderButCompilesToAsm)
+TEST(BasicMode, FormatTextAsRecordedAndEveryProgramCompilesAlikeAfterIt)
 {
+    // tests/data/basicui/format.txt: pairs of texts, "\t" and "\s" written out.
+    std::vector<std::pair<std::string, std::string>> cases;
+    std::ifstream data(std::string(KELVANE_TEST_DATA) + "/basicui/format.txt");
+    std::string* into = nullptr;
+    for (std::string line; std::getline(data, line);) {
+        if (line.rfind("@@", 0) == 0)
+            into = line == "@@ formatted" ? &cases.back().second : &cases.emplace_back().first;
+        else if (into != nullptr && line.rfind('#', 0) != 0)
+            *into += QString::fromStdString(line).replace("\\t", "\t").replace("\\s", " ").toStdString() + "\n";
+    }
+    ASSERT_EQ(cases.size(), 3u);
+    const auto crlf = [](const std::string& s) { return QString::fromStdString(s).replace("\n", "\r\n").toStdString(); };
+    for (const auto& [typed, expected] : cases) {
+        EXPECT_EQ(formatted(typed), expected);
+        EXPECT_EQ(formatted(expected), expected);
+        EXPECT_EQ(formatted(crlf(typed)), crlf(expected));
+    }
+    std::ifstream in(std::string(KELVANE_TEST_DATA) + "/basic/programs.jsonl");
+    basic::BasicCompiler before, after;
+    int programs = 0;
+    for (std::string line; std::getline(in, line); ++programs) {
+        const std::string source =
+            QJsonDocument::fromJson(QByteArray::fromStdString(line)).object().value("source").toString().toStdString();
+        ASSERT_TRUE(before.compiletext(source) && after.compiletext(formatted(source))) << after.errortext;
+        EXPECT_EQ(after.asmtext(), before.asmtext()) << programs;
+    }
+    EXPECT_EQ(programs, 300);
+}
+
+struct Form12Test : test::WindowTest {
+    Form12Test() { reopen(); }
+    ~Form12Test() override { closewindow(w); }
+    void reopen()
+    {
+        closewindow(w);
+        (w = new Form12)->show();
+    }
+    SourceEditor* editor() const { return w->edittextboxpro1(); }
+    QString text() const { return QString::fromStdString(editor()->textbytes()); }
+    // The window with a file of this name and text, as Open leaves it.
+    void named(const QString& name, const QByteArray& bytes)
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        ASSERT_TRUE(w->openpath(write(name, bytes)));
+    }
+    QPointer<Form12> w;
+};
+
+TEST_F(Form12Test, TypingSetsKeywordCaseAndIndents)
+{
+    std::ifstream data(std::string(KELVANE_TEST_DATA) + "/basicui/typing.txt");
+    int cases = 0;
+    for (std::string line; std::getline(data, line);) {
+        const QStringList f = QString::fromStdString(line).replace("\\n", "\n").replace("\\t", "\t").split(" | ");
+        if (f.size() != 4 || line[0] == '#')
+            continue;
+        ++cases;
+        regwrite("C Auto Format Text Enabled", f[0].toStdString());
+        regwrite("C Auto Case Control Enabled", f[1].toStdString());
+        reopen();
+        for (const QChar ch : f[2])
+            ch == '\n' ? QTest::keyClick(editor(), Qt::Key_Return) : QTest::keyClicks(editor(), QString(ch));
+        EXPECT_EQ(text(), f[3]) << line;
+    }
+    EXPECT_EQ(cases, 5);
+    // An opened file keeps its spelling; Format Text changes no word and is one undo step.
+    const QString file = "dim x as integer\r\n  While b\r\nx  =  1\r\nPrint 1,  \"a  b\"   ' note\r\nwend\r\nWend\r\n";
+    named("lower.bas", file.toUtf8());
+    w->menuformat_Click();
+    EXPECT_EQ(text(), "dim x as integer\r\nWhile b\r\n\tx = 1\r\n\tPrint 1, \"a  b\" ' note\r\n\twend\r\nWend\r\n");
+    test::saveshot(w, "form12-formatted");
+    w->menuundo_Click();
+    EXPECT_EQ(text(), file);
+}
+
+TEST_F(Form12Test, SaveAsGivesBasFilesAndAnOpenedFileKeepsItsName)
+{
+    QDir().mkpath(path("x.d"));
+    for (const auto& [typed, saved] :
+         std::vector<std::pair<QString, QString>>{{"prog", "prog.bas"}, {"a.b.c", "a.bas"}, {"x.d/p.q", "x.d/p.bas"}}) {
+        editor()->settextbytes(typed.toStdString());
+        test::choose(*driver, path(typed));
+        w->menusaveas_Click();
+        EXPECT_EQ(read(saved), typed.toUtf8());
+        EXPECT_EQ(w->windowTitle(), "BASIC Compiler - " + QFileInfo(saved).fileName());
+        EXPECT_EQ(lastbox(), "File " + path(saved) + " saved.");
+    }
+    // test.txt saves as itself in its own folder, wherever lastpath has gone, and compiles to test.asm.
     named("sub/test.txt", "End");
     editor()->append("\nEnd\n");
-    // lastpath moves on in another window; Save and Compile stay in the file's folder.
     machinestate().lastpath = dir.path().toStdString() + "/";
-    w->menusave_Click();
-    EXPECT_EQ(read("sub/test.txt"), "End\nEnd\n");
     w->menucompile_Click();
+    EXPECT_EQ(read("sub/test.txt"), "End\nEnd\n");
     EXPECT_EQ(w->windowTitle(), "BASIC Compiler - test.txt");
-    EXPECT_TRUE(exists("sub/test.asm"));
-    EXPECT_FALSE(exists("test.asm"));
-    EXPECT_EQ(lastbox(), "The compilation process was successful.\nTotal 11 lines of assembler source "
-                         "generated.\nOutput saved as " +
-                             path("sub/test.asm"));
+    EXPECT_EQ(lastbox(), "The compilation process was successful.\nTotal 11 lines of assembler source generated.\n"
+                         "Output saved as " + path("sub/test.asm"));
+    w->menunew_Click(); // drops the text unasked
+    EXPECT_EQ(w->windowTitle(), "BASIC Compiler - UNTITLED");
+    EXPECT_TRUE(editor()->isempty());
 }
 
 TEST_F(Form12Test, CompileInEachOutcome)
 {
     struct Case {
-        QString name; // "" untitled
-        QByteArray source;
-        QString box;
-        bool enabled; // editor and menus while the box stands
-        int line;     // caret after the compile
+        QString name, source, box; // name "" untitled
+        bool disabled; // editor and menus while the box stands
+        int line;      // the caret after the compile
         std::vector<int> marks;
     };
     const QString good = "The compilation process was successful.\nTotal 9 lines of assembler source generated.\n"
-                         "Output saved as " +
-                         path("c.asm");
+                         "Output saved as " + path("c.asm");
     const std::vector<Case> cases = {
-        {"", "End\n", "Please save the file first.", true, 1, {1}},
-        {"c.bas", "", "The editor is empty.", true, 1, {1}},
-        {"c.bas", "Dim b As Boolean\nb = True\nx  = 1\nEnd\n", "Error in line 3: Syntax error.", false, 3, {3}},
-        {"c.bas", "Dim b As Boolean\nWhile b\nb = False\n", "Error in line 4: Wend is missing.", false, 1, {}},
-        {"c.bas", "End", good, true, 1, {}},
+        {"", "End\n", "Please save the file first.", false, 1, {1}},
+        {"c.bas", "", "The editor is empty.", false, 1, {1}},
+        {"c.bas", "Dim b As Boolean\nb = True\nx  = 1\nEnd\n", "Error in line 3: Syntax error.", true, 3, {3}},
+        {"c.bas", "Dim b As Boolean\nWhile b\nb = False\n", "Error in line 4: Wend is missing.", true, 1, {}},
+        {"c.bas", "End", good, false, 1, {}},
     };
-    driver.reset();
+    driver.reset(); // the boxes are watched here: what stood when each came
+    QStringList seen;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            const bool open = editor()->isEnabled() || w->menu("menu3")->menuAction()->isEnabled();
+            seen << QStringLiteral("%1|%2|%3").arg(box->text()).arg(int(!open)).arg(editor()->currentline());
+            box->accept();
+        }
+    });
+    watch.start(5);
     for (const Case& c : cases) {
         w->menunew_Click();
         write("c.asm", "old");
-        if (!c.name.isEmpty())
-            named(c.name, c.source);
-        else
-            editor()->settextbytes(c.source.toStdString());
+        c.name.isEmpty() ? editor()->settextbytes(c.source.toStdString()) : named(c.name, c.source.toUtf8());
         editor()->markline(1); // a mark of an earlier compile goes when a compile runs
-        BoxWatch watch(w);
+        seen.clear();
         w->menucompile_Click();
-        ASSERT_EQ(watch.seen.size(), 1u) << c.box.toStdString();
-        EXPECT_EQ(watch.seen[0].text, c.box);
-        EXPECT_EQ(watch.seen[0].editor, c.enabled) << c.box.toStdString();
-        EXPECT_EQ(watch.seen[0].menus, c.enabled) << c.box.toStdString();
-        EXPECT_EQ(watch.seen[0].line, 1) << "the caret moves after the box";
+        EXPECT_EQ(seen, QStringList(QStringLiteral("%1|%2|1").arg(c.box).arg(int(c.disabled))));
         EXPECT_EQ(editor()->currentline(), c.line) << c.box.toStdString();
         EXPECT_EQ(editor()->markedlines(), c.marks) << c.box.toStdString();
         EXPECT_EQ(read("c.asm") == "old", c.box != good) << c.box.toStdString();
-        EXPECT_TRUE(editor()->isEnabled());
-        EXPECT_TRUE(w->menu("menu1")->menuAction()->isEnabled());
+        EXPECT_TRUE(editor()->isEnabled() && w->menu("menu1")->menuAction()->isEnabled());
         if (c.line == 3)
-            kelvane::test::saveshot(w, "form12-error");
+            test::saveshot(w, "form12-error");
     }
 }
 
-TEST_F(Form12Test, ReplaceAllOffersTheWordJustEnteredAndNeedsBothAnswers)
+TEST_F(Form12Test, ReplaceAllAndDefinition)
 {
-    struct Case {
-        QString what, with;
-        QString box; // "" none
-        QString text;
-    };
     const QString start = "a = b\nb = a\nab = b\n";
-    const std::vector<Case> cases = {
-        {"b", "cc", "3 words replaced.", "a = cc\ncc = a\nab = cc\n"},
-        {"B", "b", "3 words replaced.", start},
-        {"zz", "y", "0 words replaced.", start},
-        {"", "", "", start},
-        {"a", "", "", start},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [what, with, text] : std::vector<std::tuple<QString, QString, QString>>{
+             {"b", "cc", "a = cc\ncc = a\nab = cc\n"}, {"", "", start}, {"a", "", start}}) {
         editor()->settextbytes(start.toStdString());
         editor()->setCursorPosition(1, 0); // on the "b" of line 2
         const size_t boxes = driver->texts.size();
         QString offered1, offered2;
-        kelvane::test::answer(*driver, c.what, &offered1);
-        if (!c.what.isEmpty())
-            kelvane::test::answer(*driver, c.with, &offered2);
+        test::answer(*driver, what, &offered1);
+        if (!what.isEmpty())
+            test::answer(*driver, with, &offered2);
         w->menureplace_Click();
-        EXPECT_EQ(offered1, "b");
-        EXPECT_EQ(offered2, c.what);
-        EXPECT_EQ(driver->texts.size(), boxes + (c.box.isEmpty() ? 0 : 1)) << c.what.toStdString();
-        if (!c.box.isEmpty())
-            EXPECT_EQ(lastbox(), c.box);
-        EXPECT_EQ(text(), c.text) << c.what.toStdString() << " -> " << c.with.toStdString();
+        EXPECT_EQ(offered1 + "|" + offered2, "b|" + what); // the second box offers the text just entered
+        EXPECT_EQ(this->text(), text);
+        EXPECT_EQ(driver->texts.size() - boxes, with.isEmpty() ? 0u : 1u);
     }
-}
-
-TEST_F(Form12Test, DefinitionFindsLabelConstOrDim)
-{
+    EXPECT_EQ(lastbox(), "3 words replaced.");
     editor()->settextbytes("Dim x As Integer\nConst k = 1\nloop: x = k\nGoto loop\nx = zz\n");
-    // Caret at (line, index) on a word, and the line the definition selects.
-    const std::vector<std::tuple<int, int, int>> cases = {{4, 6, 3}, {3, 10, 2}, {5, 0, 1}, {5, 5, 5}};
-    for (const auto& [line, index, found] : cases) {
+    // The caret on a word at (line, index), and the line of its definition.
+    for (const auto& [line, index, found] : std::vector<std::tuple<int, int, int>>{{4, 6, 3}, {3, 10, 2}, {5, 0, 1}, {5, 5, 5}}) {
         editor()->setCursorPosition(line - 1, index);
         w->menudefinition_Click();
         EXPECT_EQ(editor()->currentline(), found) << line << ":" << index;
     }
 }
 
-TEST_F(Form12Test, AFolderThatCantBeWrittenAndABinaryFile)
+TEST_F(Form12Test, AFolderGoneABinaryFileTheEditMenuAndThePosition)
 {
-    // The file's folder is gone: Compile tells why and the text stays.
     named("gone/p.bas", "End\n");
     QDir(path("gone")).removeRecursively();
     w->menucompile_Click();
     EXPECT_TRUE(lastbox().contains("gone")) << lastbox().toStdString();
     EXPECT_EQ(text(), "End\n");
-    EXPECT_TRUE(w->menu("menu3")->menuAction()->isEnabled());
-
-    // A binary file opens; its compile ends in the compiler's error box.
     QByteArray bytes;
     for (int i = 0; i < 4096; ++i)
         bytes.append(static_cast<char>((i * 37 + 11) % 256));
     named("bin.obj", bytes);
     w->menucompile_Click();
     EXPECT_TRUE(lastbox().startsWith("Error in line ")) << lastbox().toStdString();
-    EXPECT_EQ(read("bin.obj"), bytes);
-}
+    EXPECT_EQ(read("bin.obj"), bytes); // the bytes saved are the bytes read
 
-TEST_F(Form12Test, PositionAndSizeBySavePositions)
-{
+    // A right click, and the Menu key as the window system tells it.
+    for (const auto reason : {QContextMenuEvent::Mouse, QContextMenuEvent::Keyboard}) {
+        QContextMenuEvent event(reason, QPoint(20, 20));
+        QCoreApplication::sendEvent(editor()->viewport(), &event);
+        EXPECT_TRUE(w->menu("menu2")->isVisible()) << reason;
+        w->menu("menu2")->hide();
+    }
+
     w->setGeometry(40, 50, 600, 500);
-    w->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(regread("Window12 Width"), std::to_string(pixelstotwips(600)));
     for (const char* option : {"ON", "OFF"}) {
         machinestate().optsavepositions = option;
-        w = new Form12;
-        w->show();
-        const QRect screen = w->screen()->availableGeometry();
-        if (std::string(option) == "ON") {
-            EXPECT_EQ(w->size(), QSize(600, 500));
-            EXPECT_EQ(w->geometry().topLeft(), QPoint(40, 50));
-        } else {
-            EXPECT_EQ(w->size(), QSize(twipstopixels(10500), twipstopixels(8250)));
-            EXPECT_NEAR(w->geometry().center().x(), screen.center().x(), 2);
-        }
+        reopen();
         EXPECT_TRUE(machinestate().Form12);
-        w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_FALSE(machinestate().Form12);
+        if (option[1] == 'N')
+            EXPECT_EQ(w->geometry(), QRect(40, 50, 600, 500));
+        else
+            EXPECT_NEAR(w->geometry().center().x(), w->screen()->availableGeometry().center().x(), 2);
     }
+    closewindow(w);
+    EXPECT_FALSE(machinestate().Form12);
 }
 
 } // namespace
