@@ -16,7 +16,6 @@
 #include <QMenu>
 #include <QMenuBar>
 
-#include <algorithm>
 
 namespace kelvane {
 
@@ -32,20 +31,10 @@ constexpr int defaultheighttwips = 8250;
 constexpr int minwidthtwips = 5000;
 constexpr int minheighttwips = 6000;
 
-// The window's menus: menu (0 to 2), control name, caption, key, handler, a separator after it.
-struct MenuItem {
-    int menu;
-    const char* name;
-    const char* caption;
-    QKeySequence::StandardKey standard;
-    QKeyCombination key;
-    void (Form12::*handler)();
-    bool separator = false;
-};
 constexpr QKeySequence::StandardKey nostd = QKeySequence::UnknownKey;
-constexpr QKeyCombination nokey = QKeyCombination(Qt::Key(0));
+constexpr QKeyCombination nokey = menunokey;
 
-const MenuItem menuitems[] = {
+const MenuItem<Form12> menuitems[] = {
     {0, "menunew", "&New", QKeySequence::New, nokey, &Form12::menunew_Click},
     {0, "menuopen", "&Open", QKeySequence::Open, nokey, &Form12::menuopen_Click},
     {0, "menusave", "&Save", QKeySequence::Save, nokey, &Form12::menusave_Click},
@@ -94,14 +83,7 @@ Form12::Form12()
     buildmenus();
 
     // Form_Load.
-    int w = defaultwidthtwips;
-    int h = defaultheighttwips;
-    if (machinestate().optsavepositions != "OFF") {
-        w = leadingint(regread("Window12 Width", std::to_string(defaultwidthtwips)));
-        h = leadingint(regread("Window12 Height", std::to_string(defaultheighttwips)));
-    }
-    resize(std::max(twipstopixels(w), minimumWidth()), std::max(twipstopixels(h), minimumHeight()));
-    placewindow(this, 12);
+    placesourcewindow(this, 12, defaultwidthtwips, defaultheighttwips);
     toolrouter().opened(Tool::Form12, this, this);
     setup();
 }
@@ -113,30 +95,7 @@ Form12::~Form12()
 
 void Form12::buildmenus()
 {
-    QMenuBar* bar = menuBar();
-    const char* menunames[] = {"menu1", "menu2", "menu3"};
-    const char* captions[] = {"&File", "&Edit", "&Tools"};
-    for (int m = 0; m < 3; ++m) {
-        QMenu* menu = bar->addMenu(QString::fromLatin1(captions[m]));
-        menu->setObjectName(QString::fromLatin1(menunames[m]));
-        menus_.push_back(menu);
-    }
-    for (const MenuItem& item : menuitems) {
-        QMenu* menu = menus_[static_cast<size_t>(item.menu)];
-        QAction* a = menu->addAction(QString::fromLatin1(item.caption));
-        a->setObjectName(QString::fromLatin1(item.name));
-        if (item.standard != nostd)
-            a->setShortcut(item.standard);
-        else if (item.key != nokey)
-            a->setShortcut(QKeySequence(item.key));
-        const auto handler = item.handler;
-        connect(a, &QAction::triggered, this, [this, handler] {
-            if (!busy_)
-                (this->*handler)();
-        });
-        if (item.separator)
-            menu->addSeparator();
-    }
+    menus_ = kelvane::buildmenus(this, {"&File", "&Edit", "&Tools"}, menuitems, command_);
     // The Edit menu also on a right click and the Menu key.
     edit1_->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(edit1_, &QWidget::customContextMenuRequested, this,
@@ -187,13 +146,6 @@ bool Form12::savesource(const QString& path)
     return false;
 }
 
-void Form12::endbusy()
-{
-    busy_ = false;
-    if (closepending_)
-        deleteLater();
-}
-
 // ---- File. ----
 
 void Form12::menunew_Click()
@@ -240,23 +192,27 @@ void Form12::menusaveas_Click()
     confirm(this, QStringLiteral("File ") + path + QStringLiteral(" saved."));
 }
 
+// Print and Compile need a file and some text.
+bool Form12::hasfileandtext()
+{
+    if (untitled())
+        confirm(this, QStringLiteral("Please save the file first."));
+    else if (edit1_->isempty())
+        confirm(this, QStringLiteral("The editor is empty."));
+    return !untitled() && !edit1_->isempty();
+}
+
 void Form12::menuprint_Click()
 {
-    if (untitled()) {
-        confirm(this, QStringLiteral("Please save the file first."));
+    if (!hasfileandtext())
         return;
-    }
-    if (edit1_->isempty()) {
-        confirm(this, QStringLiteral("The editor is empty."));
-        return;
-    }
     const std::string bytes = edit1_->textbytes();
-    busy_ = true;
+    command_.begin();
     setmenus(false);
     printsource(this, filename_,
                 printabletext(QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()))), pump);
     setmenus(true);
-    endbusy();
+    command_.end(this);
 }
 
 // ---- Edit. ----
@@ -334,15 +290,9 @@ void Form12::menudefinition_Click()
 
 void Form12::menucompile_Click()
 {
-    if (untitled()) {
-        confirm(this, QStringLiteral("Please save the file first."));
+    if (!hasfileandtext())
         return;
-    }
-    if (edit1_->isempty()) {
-        confirm(this, QStringLiteral("The editor is empty."));
-        return;
-    }
-    busy_ = true;
+    command_.begin();
     edit1_->clearmarks();
     setmenus(false);
     pump();
@@ -382,8 +332,8 @@ void Form12::menucompile_Click()
     }
     setmenus(true);
     edit1_->setFocus();
-    endbusy();
-    if (!result.empty() && !closepending_)
+    command_.end(this);
+    if (!result.empty() && !command_.closepending())
         confirm(this, result);
 }
 
@@ -394,25 +344,15 @@ void Form12::unload()
     if (unloaded_)
         return;
     unloaded_ = true;
-    if (isMinimized() || isMaximized())
-        showNormal();
-    savewindowposition(this, 12);
-    regwrite("Window12 Height", pixelstotwips(height()));
-    regwrite("Window12 Width", pixelstotwips(width()));
+    savesourcewindow(this, 12);
     toolrouter().closed(Tool::Form12);
 }
 
 void Form12::closeEvent(QCloseEvent* event)
 {
     unload();
-    if (busy_) {
-        // The command in progress ends first; the window goes when it has.
-        closepending_ = true;
-        hide();
-        event->ignore();
-        return;
-    }
-    event->accept();
+    if (!command_.holdclose(this, event))
+        event->accept();
 }
 
 } // namespace kelvane

@@ -2,6 +2,7 @@
 // Edit and Tools menus (Edit also on a right click), files kept in the window's own folder, and
 // Compile with its error box, caret and error mark.
 #pragma once
+#include "shell/sourceeditorwindow.h"
 #include "sim/toolrouter.h"
 
 #include <QMainWindow>
@@ -54,7 +55,7 @@ public:
     QString filename() const { return filename_; }
     bool untitled() const { return filename_.isEmpty(); }
     // True while a compile or a print lets events through.
-    bool busy() const { return busy_; }
+    bool busy() const { return command_.busy(); }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -66,15 +67,14 @@ private:
     void setmenus(bool enabled);
     bool savesource(const QString& path);
     QString ask(const QString& prompt, const QString& offered);
-    void endbusy();
+    bool hasfileandtext();
     void unload();
 
     SourceEditor* edit1_ = nullptr;
     std::vector<QMenu*> menus_; // menu1 to menu3
     QString folder_, filename_;
     QString findtext_;
-    bool busy_ = false;
-    bool closepending_ = false;
+    WindowCommand command_;
     bool unloaded_ = false;
 };
 

@@ -22,7 +22,6 @@
 #include <QPlainTextEdit>
 #include <QVBoxLayout>
 
-#include <algorithm>
 
 namespace kelvane {
 
@@ -40,20 +39,13 @@ constexpr SourceFileKind listingfile = {
 constexpr SourceFileKind sourcefile = {
     "Save Disassembler Listing As Assembler Source", "", {"Assembler ASM files (*.asm)", "All files (*.*)"}, ".asm"};
 
-struct MenuItem {
-    int menu; // 0 to 2: menu1 to menu3
-    const char* name;
-    const char* caption;
-    QKeyCombination key;
-    void (Form9::*handler)();
-};
-
-const MenuItem menuitems[] = {
-    {0, "menuopen", "&Load Program", QKeyCombination(Qt::CTRL | Qt::Key_O), &Form9::menuopen_Click},
-    {0, "menusave", "&Save Listing", QKeyCombination(Qt::CTRL | Qt::Key_S), &Form9::menusave_Click},
-    {0, "menuprint", "&Print", QKeyCombination(Qt::CTRL | Qt::Key_P), &Form9::menuprint_Click},
-    {1, "menudisassemble", "&Disassemble", QKeyCombination(Qt::Key_F5), &Form9::menudisassemble_Click},
-    {2, "menunoopcodes", "Listing Without Opcodes", QKeyCombination(Qt::Key(0)), &Form9::menunoopcodes_Click},
+const MenuItem<Form9> menuitems[] = {
+    {0, "menuopen", "&Load Program", QKeySequence::Open, menunokey, &Form9::menuopen_Click},
+    {0, "menusave", "&Save Listing", QKeySequence::Save, menunokey, &Form9::menusave_Click},
+    {0, "menuprint", "&Print", QKeySequence::Print, menunokey, &Form9::menuprint_Click},
+    {1, "menudisassemble", "&Disassemble", QKeySequence::UnknownKey, QKeyCombination(Qt::Key_F5),
+     &Form9::menudisassemble_Click},
+    {2, "menunoopcodes", "Listing Without Opcodes", QKeySequence::UnknownKey, menunokey, &Form9::menunoopcodes_Click},
 };
 
 QString qs(const std::string& s)
@@ -122,14 +114,7 @@ Form9::Form9()
     buildmenus();
 
     // Form_Load.
-    int w = defaultwidthtwips;
-    int h = defaultheighttwips;
-    if (machinestate().optsavepositions != "OFF") {
-        w = leadingint(regread("Window9 Width", std::to_string(defaultwidthtwips)));
-        h = leadingint(regread("Window9 Height", std::to_string(defaultheighttwips)));
-    }
-    resize(std::max(twipstopixels(w), minimumWidth()), std::max(twipstopixels(h), minimumHeight()));
-    placewindow(this, 9);
+    placesourcewindow(this, 9, defaultwidthtwips, defaultheighttwips);
     toolrouter().opened(Tool::Form9, this, this);
     listingnoopcodes_ = regread("Listing Without Opcodes", "OFF");
     action("menunoopcodes")->setChecked(listingnoopcodes_ == "ON");
@@ -142,24 +127,7 @@ Form9::~Form9()
 
 void Form9::buildmenus()
 {
-    QMenuBar* bar = menuBar();
-    const char* menunames[] = {"menu1", "menu2", "menu3"};
-    const char* captions[] = {"&File", "&Tools", "&Options"};
-    for (int m = 0; m < 3; ++m) {
-        QMenu* menu = bar->addMenu(QString::fromLatin1(captions[m]));
-        menu->setObjectName(QString::fromLatin1(menunames[m]));
-        menus_.push_back(menu);
-    }
-    for (const MenuItem& item : menuitems) {
-        QAction* a = menus_[static_cast<size_t>(item.menu)]->addAction(QString::fromLatin1(item.caption));
-        a->setObjectName(QString::fromLatin1(item.name));
-        a->setShortcut(QKeySequence(item.key));
-        const auto handler = item.handler;
-        connect(a, &QAction::triggered, this, [this, handler] {
-            if (!busy_)
-                (this->*handler)();
-        });
-    }
+    menus_ = kelvane::buildmenus(this, {"&File", "&Tools", "&Options"}, menuitems, command_);
     action("menunoopcodes")->setCheckable(true);
 }
 
@@ -186,13 +154,6 @@ void Form9::pump()
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
-void Form9::endbusy()
-{
-    busy_ = false;
-    if (closepending_)
-        deleteLater();
-}
-
 // ---- File. ----
 
 void Form9::menuopen_Click()
@@ -213,7 +174,7 @@ bool Form9::loadprogram(const QString& path, int filterindex)
     takelastpath(st, path);
     const std::string file = path.toStdString();
     auto buf = std::make_unique<HexBuffer>();
-    busy_ = true;
+    command_.begin();
     int32_t size = 0;
     if (filterindex == hexfilterindex) {
         setmenus(false);
@@ -243,7 +204,7 @@ bool Form9::loadprogram(const QString& path, int filterindex)
         confirm(this, loadedmessage(size));
     }
     setmenus(true);
-    endbusy();
+    command_.end(this);
     return size > 0;
 }
 
@@ -272,11 +233,11 @@ void Form9::menuprint_Click()
     }
     const QString path = label1_->text();
     const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
-    busy_ = true;
+    command_.begin();
     setmenus(false);
     printsource(this, name, printabletext(text1_->toPlainText()), [this] { pump(); });
     setmenus(true);
-    endbusy();
+    command_.end(this);
 }
 
 // ---- Tools and options. ----
@@ -314,7 +275,7 @@ void Form9::menudisassemble_Click()
         confirm(this, QStringLiteral("Please load program file first."));
         return;
     }
-    busy_ = true;
+    command_.begin();
     setmenus(false);
     text1_->clear();
     shownphase_.clear();
@@ -337,8 +298,8 @@ void Form9::menudisassemble_Click()
     poruka1_->clear();
     poruka2_->clear();
     setmenus(true);
-    endbusy();
-    if (!done && !closepending_)
+    command_.end(this);
+    if (!done && !command_.closepending())
         messagebox(this, engine_.dasmerror);
 }
 
@@ -355,25 +316,15 @@ void Form9::unload()
     if (unloaded_)
         return;
     unloaded_ = true;
-    if (isMinimized() || isMaximized())
-        showNormal();
-    savewindowposition(this, 9);
-    regwrite("Window9 Height", pixelstotwips(height()));
-    regwrite("Window9 Width", pixelstotwips(width()));
+    savesourcewindow(this, 9);
     toolrouter().closed(Tool::Form9);
 }
 
 void Form9::closeEvent(QCloseEvent* event)
 {
     unload();
-    if (busy_) {
-        // The command in progress ends first; the window goes when it has.
-        closepending_ = true;
-        hide();
-        event->ignore();
-        return;
-    }
-    event->accept();
+    if (!command_.holdclose(this, event))
+        event->accept();
 }
 
 } // namespace kelvane

@@ -4,6 +4,7 @@
 #pragma once
 #include "disassembler/disassembler.h"
 #include "progfiles/hexfile.h"
+#include "shell/sourceeditorwindow.h"
 #include "sim/toolrouter.h"
 
 #include <QElapsedTimer>
@@ -55,7 +56,7 @@ public:
     const HexBuffer& program() const { return *program_; }
     int32_t programsize() const { return programsize_; }
     // True while a load, a disassembly or a print lets events through.
-    bool busy() const { return busy_; }
+    bool busy() const { return command_.busy(); }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -66,7 +67,6 @@ private:
     void pump();
     void progress(const std::string& phase, const std::string& line);
     bool rundisassembler(const std::string& folder, std::string& text);
-    void endbusy();
     void unload();
 
     QLabel* label1_ = nullptr;
@@ -85,8 +85,7 @@ private:
 
     QElapsedTimer sincepaint_;
     std::string shownphase_;
-    bool busy_ = false;
-    bool closepending_ = false;
+    WindowCommand command_;
     bool unloaded_ = false;
 };
 
