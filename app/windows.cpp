@@ -1,5 +1,6 @@
 #include "app/windows.h"
 
+#include "assembler/ui/form17.h"
 #include "assembler/ui/form6.h"
 #include "basic/ui/form12.h"
 #include "disassembler/ui/form9.h"
@@ -26,6 +27,7 @@ void registerwindows()
     r.setfactory(Tool::Form5, [] { return new Form5; });
     r.setfactory(Tool::Form8, [] { return new Form8; });
     r.setfactory(Tool::Form16, [] { return new Form16; });
+    r.setfactory(Tool::Form17, [] { return new Form17; });
     registermodules(r);
 }
 
