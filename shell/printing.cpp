@@ -102,6 +102,8 @@ bool printtext(QPrinter& printer, const QFont& font, const QString& title, const
         return false;
     painter.setFont(font);
     PageWriter writer(printer, painter, font);
+    if (keepalive)
+        keepalive();
     QElapsedTimer sincepump;
     sincepump.start();
     for (int copy = 1; copy <= copies; ++copy) {
@@ -130,14 +132,25 @@ bool printtext(QPrinter& printer, const QFont& font, const QString& title, const
     return painter.end();
 }
 
+QString printabletext(std::string_view utf8)
+{
+    std::string out;
+    out.reserve(utf8.size() + utf8.size() / 16 + 2);
+    for (size_t i = 0; i < utf8.size(); ++i) {
+        const char c = utf8[i];
+        if (c == '\n' && (i == 0 || utf8[i - 1] != '\r'))
+            out += '\r';
+        out += c;
+    }
+    if (!out.empty() && out.back() != '\n')
+        out += "\r\n";
+    return QString::fromUtf8(out.data(), static_cast<qsizetype>(out.size()));
+}
+
 QString printabletext(const QString& text)
 {
-    QString out = text;
-    out.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    out.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
-    if (!out.isEmpty() && !out.endsWith(QLatin1Char('\n')))
-        out += QStringLiteral("\r\n");
-    return out;
+    const QByteArray utf8 = text.toUtf8();
+    return printabletext(std::string_view(utf8.constData(), static_cast<size_t>(utf8.size())));
 }
 
 void setprintdialog(PrintDialog dialog)

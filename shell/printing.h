@@ -12,6 +12,7 @@
 #include <QString>
 
 #include <functional>
+#include <string_view>
 
 class QPrinter;
 class QWidget;
@@ -32,6 +33,7 @@ bool printtext(QPrinter& printer, const QFont& font, const QString& title, const
 
 // The text with LF and CR LF line ends both made CR LF, and a last line without one ended too.
 QString printabletext(const QString& text);
+QString printabletext(std::string_view utf8);
 
 // The print dialog: true and a printer ready for printtext, or false when cancelled. Tests put
 // their own function here (for instance one that chooses a PDF file).

@@ -7,9 +7,10 @@
 #include <Qsci/qscicommandset.h>
 #include <Qsci/qscilexercustom.h>
 
+#include <QAccessibleWidget>
+#include <QCoreApplication>
 #include <QFile>
 #include <QKeyEvent>
-#include <QStringDecoder>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -36,6 +37,17 @@ std::map<int, LanguageMode>& languages()
 size_t colorindex(EditorColor c)
 {
     return static_cast<size_t>(c);
+}
+
+// The library's own accessible for its editors counts the characters from the start of the text
+// at every update of the caret, so that each keystroke costs as much as the text before it. The
+// editor is told to the accessibility tools as a plain editable widget instead.
+QAccessibleInterface* editoraccessible(const QString& classname, QObject* object)
+{
+    if (classname == QLatin1String(SourceEditor::staticMetaObject.className()) && object != nullptr &&
+        object->isWidgetType())
+        return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::EditableText);
+    return nullptr;
 }
 
 } // namespace
@@ -104,6 +116,11 @@ private:
 SourceEditor::SourceEditor(QWidget* parent)
     : QsciScintilla(parent)
 {
+    static const bool accessible = [] {
+        QAccessible::installFactory(editoraccessible);
+        return true;
+    }();
+    (void)accessible;
     setUtf8(true);
     setEolMode(EolUnix);
     setWrapMode(WrapNone);
@@ -112,12 +129,17 @@ SourceEditor::SourceEditor(QWidget* parent)
     setBraceMatching(NoBraceMatch);
     setFolding(NoFoldStyle);
     SendScintilla(SCI_SETSCROLLWIDTHTRACKING, 1L);
+    // What is shown is styled before it is painted; the text above it (after a jump to the end
+    // of a long text) is styled a little at a time while the window is idle.
+    SendScintilla(SCI_SETIDLESTYLING, static_cast<unsigned long>(SC_IDLESTYLING_TOVISIBLE));
     SendScintilla(SCI_SETSCROLLWIDTH, 1L);
 
-    // Ctrl+Z goes through undo(), which keeps the limit of undo levels.
-    if (QsciCommand* cmd = standardCommands()->find(QsciCommand::Undo)) {
-        cmd->setKey(0);
-        cmd->setAlternateKey(0);
+    // Undo and redo keys go through undo() and redo(), which keep the limit of undo levels.
+    for (const auto command : {QsciCommand::Undo, QsciCommand::Redo}) {
+        if (QsciCommand* cmd = standardCommands()->find(command)) {
+            cmd->setKey(0);
+            cmd->setAlternateKey(0);
+        }
     }
 
     colors_[colorindex(EditorColor::background)] = Qt::white;
@@ -142,11 +164,15 @@ SourceEditor::SourceEditor(QWidget* parent)
     for (int m = 2; m < 5; ++m)
         setMarginWidth(m, 0);
     markerDefine(Background, linemark);
-    SendScintilla(SCI_MARKERSETALPHA, static_cast<unsigned long>(linemark), 60L);
     markerDefine(RightTriangle, marginmark);
 
+    // Only the notices sent before a change: the library answers each notice of a change made
+    // with a count of the characters from the start of the text, which would make every
+    // keystroke and every replacement cost as much as the text before it.
+    SendScintilla(SCI_SETMODEVENTMASK, static_cast<unsigned long>(SC_MOD_BEFOREINSERT | SC_MOD_BEFOREDELETE));
     connect(this, &QsciScintillaBase::SCN_MODIFIED, this,
-            [this](int, int type, const char*, int, int added, int, int, int, int, int) { modified(type, added); });
+            [this](int, int type, const char*, int, int, int, int, int, int, int) { modified(type); });
+    connect(this, &QsciScintillaBase::SCN_UPDATEUI, this, [this](int) { updatemargin(); });
     connect(this, &QsciScintillaBase::SCN_CHARADDED, this, &SourceEditor::charadded);
     applystyles();
 }
@@ -221,10 +247,8 @@ bool SourceEditor::loadfile(const QString& path, QString* error)
             *error = QStringLiteral("Cannot read the file %1: %2.").arg(path, file.errorString());
         return false;
     }
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = utf8.decode(data);
     clearmarks();
-    latin1_ = utf8.hasError();
+    latin1_ = !data.isValidUtf8();
     if (latin1_)
         settextbytes(QString::fromLatin1(data).toUtf8().toStdString());
     else
@@ -268,16 +292,20 @@ void SourceEditor::undo()
     ++undone_;
 }
 
-void SourceEditor::modified(int type, int linesadded)
+void SourceEditor::modified(int type)
 {
-    if ((type & (SC_MOD_INSERTTEXT | SC_MOD_DELETETEXT)) == 0)
-        return;
+    // An edit of the user's (not an undo or a redo) makes the levels count from it again.
     if ((type & SC_PERFORMED_USER) != 0)
         undone_ = 0;
-    else if ((type & SC_PERFORMED_REDO) != 0 && (type & SC_LASTSTEPINUNDOREDO) != 0 && undone_ > 0)
+}
+
+void SourceEditor::redo()
+{
+    if (SendScintilla(SCI_CANREDO) == 0)
+        return;
+    QsciScintilla::redo();
+    if (undone_ > 0)
         --undone_;
-    if (linesadded != 0)
-        updatemargin();
 }
 
 void SourceEditor::formattext()
@@ -537,7 +565,11 @@ void SourceEditor::applystyles()
     setMarginsForegroundColor(color(EditorColor::linenumberstext));
     setMarginBackgroundColor(symbolmargin, color(EditorColor::linenumbersback));
     const QColor error = color(EditorColor::error);
-    setMarkerBackgroundColor(error, linemark);
+    // The marked line gets a tint of the error colour, so that its text stays readable.
+    const auto mix = [](int e, int b) { return (e * 3 + b * 7) / 10; };
+    setMarkerBackgroundColor(QColor(mix(error.red(), back.red()), mix(error.green(), back.green()),
+                                    mix(error.blue(), back.blue())),
+                             linemark);
     setMarkerBackgroundColor(error, marginmark);
     setMarkerForegroundColor(error, marginmark);
     updatemargin(true);
@@ -562,17 +594,23 @@ void SourceEditor::updatemargin(bool force)
 
 bool SourceEditor::event(QEvent* e)
 {
-    if (e->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(e)->matches(QKeySequence::Undo)) {
-        e->accept();
-        return true;
+    if (e->type() == QEvent::ShortcutOverride) {
+        const auto* key = static_cast<QKeyEvent*>(e);
+        if (key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo)) {
+            e->accept();
+            return true;
+        }
     }
     return QsciScintilla::event(e);
 }
 
 void SourceEditor::keyPressEvent(QKeyEvent* e)
 {
-    if (e->matches(QKeySequence::Undo)) {
-        undo();
+    if (e->matches(QKeySequence::Undo) || e->matches(QKeySequence::Redo)) {
+        if (e->matches(QKeySequence::Undo))
+            undo();
+        else
+            redo();
         e->accept();
         return;
     }
@@ -582,6 +620,15 @@ void SourceEditor::keyPressEvent(QKeyEvent* e)
         return;
     }
     QsciScintilla::keyPressEvent(e);
+    paintnow();
+}
+
+void SourceEditor::paintnow()
+{
+    // What a key or the wheel changed is painted at once, not at the next pass of an event pump
+    // that runs between slices of a fast run.
+    if (QWidget* w = window())
+        QCoreApplication::sendPostedEvents(w, QEvent::UpdateRequest);
 }
 
 void SourceEditor::wheelEvent(QWheelEvent* e)
@@ -593,6 +640,7 @@ void SourceEditor::wheelEvent(QWheelEvent* e)
     }
     wheelturn(dy);
     e->accept();
+    paintnow();
 }
 
 } // namespace kelvane

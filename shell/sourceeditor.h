@@ -1,7 +1,8 @@
 // The source editor of the Assembler and BASIC windows, over QScintilla: text in and out of files
 // (UTF-8, or Latin-1 kept as such; line ends kept), the edit operations, find and replace all,
 // line marks, keyword colouring by language mode (only what changed and what is shown is styled),
-// line numbers, the wheel step and a limit on undo levels.
+// line numbers, the wheel step and a limit on undo levels. The editor is told of a change before
+// it is made only (QsciScintilla's textChanged and linesChanged don't come).
 //
 // Interface for a window:
 //   auto* ed = new SourceEditor(this);
@@ -64,6 +65,7 @@ public:
     // ---- Editing. ----
     // One undo level, refused once the editor's number of levels has been undone in a row.
     void undo() override;
+    void redo() override;
     // Format Text of the language mode, one undo step; the marks stay on their lines.
     void formattext();
     QString wordatcaret() const;
@@ -131,9 +133,10 @@ protected:
 
 private:
     friend class SourceLexer;
-    void modified(int type, int linesadded);
+    void modified(int type);
     void applystyles();
     void restyle();
+    void paintnow();
     void updatemargin(bool force = false);
     const LanguageMode* language() const;
     void charadded(int ch);

@@ -393,7 +393,10 @@ void Form6::printpane(SourceEditor* pane, const QString& title, const char* empt
     }
     Busy busy(*this);
     setmenus(false);
-    printsource(this, title, printabletext(panetext(pane)), [this] { pump(); });
+    pump();
+    const QString text = printabletext(pane->textbytes());
+    pump();
+    printsource(this, title, text, [this] { pump(); });
     setmenus(true);
 }
 

@@ -1,13 +1,11 @@
-// Reads a printed PDF back for tests: the pages as text lines with the columns and empty lines
-// restored from the words' positions (pdftotext -bbox), for text in a fixed-pitch font whose
-// every page begins with a "Page" line at the left margin. pdfpagecount asks pdfinfo.
+// Reads a printed PDF back for tests: the pages as text lines, columns and empty lines restored
+// from the words' positions (pdftotext -bbox), for fixed-pitch text whose lines are as high as
+// the font and whose every page has a line at the left margin. pdfpagecount asks pdfinfo.
 #pragma once
 #include <QProcess>
 #include <QRegularExpression>
-#include <QString>
 #include <QStringList>
 
-#include <algorithm>
 #include <cmath>
 #include <map>
 #include <vector>
@@ -18,74 +16,56 @@ inline QString runtool(const QString& program, const QStringList& args)
 {
     QProcess p;
     p.start(program, args);
-    if (!p.waitForFinished(60000))
-        return {};
-    return QString::fromUtf8(p.readAllStandardOutput());
+    return p.waitForFinished(60000) ? QString::fromUtf8(p.readAllStandardOutput()) : QString();
 }
 
 inline int pdfpagecount(const QString& pdf)
 {
-    const QRegularExpressionMatch m =
-        QRegularExpression(QStringLiteral("Pages:\\s+(\\d+)")).match(runtool(QStringLiteral("pdfinfo"), {pdf}));
+    const auto m = QRegularExpression(QStringLiteral("Pages:\\s+(\\d+)")).match(runtool(QStringLiteral("pdfinfo"), {pdf}));
     return m.hasMatch() ? m.captured(1).toInt() : -1;
 }
 
 inline std::vector<QStringList> pdfpages(const QString& pdf)
 {
-    struct Word {
-        double x, y, right, height;
-        QString text;
-    };
     const QString html = runtool(QStringLiteral("pdftotext"), {QStringLiteral("-bbox"), pdf, QStringLiteral("-")});
-    std::vector<std::vector<Word>> pages;
-    const QRegularExpression item(QStringLiteral(
-        "<page |<word xMin=\"([\\d.]+)\" yMin=\"([\\d.]+)\" xMax=\"([\\d.]+)\" yMax=\"([\\d.]+)\">([^<]*)</word>"));
+    const QRegularExpression item(QStringLiteral("<page |<word xMin=\"([\\d.]+)\" yMin=\"([\\d.]+)\" "
+                                                 "xMax=\"([\\d.]+)\" yMax=\"([\\d.]+)\">([^<]*)</word>"));
+    // The first word gives the pitches of a column and a row, and the top row.
+    double column = 0, row = 0, margin = 1e9, top = 0;
+    std::vector<std::vector<QRegularExpressionMatch>> words;
     for (auto it = item.globalMatch(html); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
-        if (m.captured(0).startsWith(QStringLiteral("<page"))) {
-            pages.emplace_back();
-            continue;
-        }
-        QString text = m.captured(5);
-        text.replace("&lt;", "<").replace("&gt;", ">").replace("&quot;", "\"").replace("&apos;", "'").replace("&amp;", "&");
-        const double y = m.captured(2).toDouble();
-        pages.back().push_back({m.captured(1).toDouble(), y, m.captured(3).toDouble(), m.captured(4).toDouble() - y, text});
+        if (m.captured(0).startsWith(QStringLiteral("<page")))
+            words.emplace_back();
+        else if (!words.empty())
+            words.back().push_back(m);
     }
-    // The pitch of a column from a word's width, of a row from a word's height (the printer's
-    // line is as high as the font).
-    double margin = 1e9, column = 0, row = 0;
-    for (const auto& words : pages) {
-        for (const Word& w : words) {
-            margin = std::min(margin, w.x);
-            if (column == 0 && !w.text.isEmpty()) {
-                column = (w.right - w.x) / static_cast<double>(w.text.size());
-                row = w.height;
+    for (const auto& page : words) {
+        for (const auto& m : page) {
+            margin = std::min(margin, m.captured(1).toDouble());
+            if (column == 0) {
+                column = (m.captured(3).toDouble() - m.captured(1).toDouble()) / m.captured(5).size();
+                row = m.captured(4).toDouble() - m.captured(2).toDouble();
+                top = m.captured(2).toDouble();
             }
         }
     }
     std::vector<QStringList> out;
-    for (const auto& words : pages) {
-        std::map<int, std::vector<const Word*>> lines;
-        const double top = words.empty() ? 0 : std::min_element(words.begin(), words.end(), [](auto& a, auto& b) {
-                                                   return a.y < b.y;
-                                               })->y;
-        for (const Word& w : words)
-            lines[static_cast<int>(std::lround((w.y - top) / row))].push_back(&w);
-        QStringList page;
-        for (auto& [index, ws] : lines) {
-            while (page.size() < index)
-                page.push_back(QString());
-            std::sort(ws.begin(), ws.end(), [](const Word* a, const Word* b) { return a->x < b->x; });
-            QString line;
-            for (const Word* w : ws) {
-                const auto col = static_cast<qsizetype>(std::lround((w->x - margin) / column));
-                if (line.size() < col)
-                    line += QString(col - line.size(), QLatin1Char(' '));
-                line += w->text;
-            }
-            page.push_back(line);
+    for (const auto& page : words) {
+        std::map<long, std::map<long, QString>> cells;
+        for (const auto& m : page)
+            cells[std::lround((m.captured(2).toDouble() - top) / row)][std::lround((m.captured(1).toDouble() - margin) / column)] =
+                m.captured(5).replace("&lt;", "<").replace("&gt;", ">").replace("&amp;", "&");
+        QStringList lines;
+        for (const auto& [r, line] : cells) {
+            while (lines.size() < r)
+                lines << QString();
+            QString text;
+            for (const auto& [c, word] : line)
+                text = text.leftJustified(c, QLatin1Char(' ')) + word;
+            lines << text;
         }
-        out.push_back(page);
+        out.push_back(lines);
     }
     return out;
 }

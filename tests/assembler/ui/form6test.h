@@ -36,7 +36,7 @@ struct Form6Test : ::testing::Test {
         MachineState& st = machinestate();
         st.optconfirm = "ON";
         st.running = false;
-        st.lastpath = folder();
+        st.lastpath = dir.path().toStdString() + "/";
         driver = std::make_unique<DialogDriver>();
         w = new Form6;
         w->show();
@@ -49,7 +49,6 @@ struct Form6Test : ::testing::Test {
         driver.reset();
     }
 
-    std::string folder() const { return (dir.path() + "/").toStdString(); }
     QString path(const QString& name) const { return dir.filePath(name); }
     bool exists(const QString& name) const { return QFileInfo::exists(path(name)); }
     void write(const QString& name, const QByteArray& bytes) const
@@ -70,8 +69,8 @@ struct Form6Test : ::testing::Test {
         write(name, text);
         ASSERT_TRUE(w->openpath(path(name)));
     }
-    // The message boxes so far, line ends as the box shows them.
-    std::vector<QString> boxes() const { return driver->texts; }
+    // The message boxes so far (line ends as the box shows them), and the last one.
+    size_t boxcount() const { return driver->texts.size(); }
     QString lastbox() const { return driver->texts.empty() ? QString() : driver->texts.back(); }
 
     QTemporaryDir dir;

@@ -3,6 +3,7 @@
 // printing, the splitter setting and a close during an assembly.
 #include "assembler/assembler.h"
 #include "shell/printing.h"
+#include "sim/form1.h"
 #include "sim/settings.h"
 
 #include <QAction>
@@ -11,9 +12,7 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QMenu>
-#include <QMessageBox>
 #include <QPrinter>
-#include <QPushButton>
 #include <QSplitter>
 #include <QTimer>
 
@@ -42,62 +41,28 @@ void choose(kelvane::test::DialogDriver& d, const QString& file)
     });
 }
 
-void answer(kelvane::test::DialogDriver& d, const QString& text)
+void answer(kelvane::test::DialogDriver& d, const QStringList& texts)
 {
-    d.on<QInputDialog>([text](QInputDialog* box) {
-        box->setTextValue(text);
-        box->accept();
-    });
-}
-
-// Clicks the button of the next question box; the window's command runs meanwhile.
-void clickwhenasked(QMessageBox::StandardButton which)
-{
-    auto* t = new QTimer;
-    QObject::connect(t, &QTimer::timeout, [t, which] {
-        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); box && box->button(which)) {
-            box->button(which)->click();
-            t->deleteLater();
-        }
-    });
-    t->start(2);
+    for (const QString& text : texts)
+        d.on<QInputDialog>([text](QInputDialog* box) {
+            box->setTextValue(text);
+            box->accept();
+        });
 }
 
 TEST_F(Form6Test, SaveAsCutsTheNameAtTheFilesFirstDot)
 {
-    struct Case {
-        QString typed, saved;
-    };
-    const std::vector<Case> cases = {
-        {"a.b.asm", "a.asm"},         {"noext", "noext.asm"},        {"prog.LST", "prog.asm"},
-        {"x.d/prog", "x.d/prog.asm"}, {"x.d/p.q.r", "x.d/p.asm"},
-    };
-    for (const Case& c : cases) {
-        QDir().mkpath(path("x.d"));
-        w->edittextboxpro1()->settextbytes(("; " + c.typed + "\n").toStdString());
-        choose(*driver, path(c.typed));
+    QDir().mkpath(path("x.d"));
+    for (const auto& [typed, saved] : std::vector<std::pair<QString, QString>>{
+             {"a.b.asm", "a.asm"}, {"noext", "noext.asm"}, {"prog.LST", "prog.asm"}, {"x.d/p.q.r", "x.d/p.asm"}}) {
+        w->edittextboxpro1()->settextbytes(("; " + typed + "\n").toStdString());
+        choose(*driver, path(typed));
         w->menusaveas_Click();
-        EXPECT_EQ(read(c.saved), "; " + c.typed.toUtf8() + "\n") << c.typed.toStdString();
-        const QString name = QFileInfo(c.saved).fileName();
-        EXPECT_EQ(w->windowTitle(), "Assembler - " + name);
-        EXPECT_EQ(w->folder(), QFileInfo(path(c.saved)).path() + "/");
-        EXPECT_EQ(machinestate().lastpath, w->folder().toStdString());
-        EXPECT_EQ(regread("Last Path"), machinestate().lastpath);
-        EXPECT_EQ(lastbox(), "File " + path(c.saved) + " saved.");
-    }
-}
-
-TEST_F(Form6Test, SaveAsAsksBeforeOverwriting)
-{
-    for (const bool yes : {false, true}) {
-        write("old.asm", "old\n");
-        w->edittextboxpro1()->settextbytes("new\n");
-        choose(*driver, path("old.x"));
-        clickwhenasked(yes ? QMessageBox::Yes : QMessageBox::No);
-        w->menusaveas_Click();
-        EXPECT_EQ(read("old.asm"), yes ? "new\n" : "old\n");
-        EXPECT_EQ(w->untitled(), !yes);
-        w->menunew_Click();
+        EXPECT_EQ(read(saved), "; " + typed.toUtf8() + "\n") << typed.toStdString();
+        EXPECT_EQ(w->windowTitle(), "Assembler - " + QFileInfo(saved).fileName());
+        EXPECT_EQ(w->folder(), QFileInfo(path(saved)).path() + "/");
+        EXPECT_EQ(regread("Last Path"), w->folder().toStdString());
+        EXPECT_EQ(lastbox(), "File " + path(saved) + " saved.");
     }
 }
 
@@ -145,9 +110,9 @@ TEST_F(Form6Test, GoodAssemblySavesShowsTheListingEndAndGivesNoBox)
         w->edittextboxpro1()->settextbytes(goodsource.toStdString());
         if (w->action("menusavehex")->isChecked() != c.hex)
             w->action("menusavehex")->trigger();
-        const size_t before = boxes().size();
+        const size_t before = boxcount();
         w->menuassemble_Click();
-        EXPECT_EQ(boxes().size(), before) << c.name.toStdString();
+        EXPECT_EQ(boxcount(), before) << c.name.toStdString();
         EXPECT_EQ(read(c.name), goodsource);
         EXPECT_EQ(read(c.base + ".obj"), goodimage);
         EXPECT_EQ(exists(c.base + ".hex"), c.hex);
@@ -193,30 +158,22 @@ TEST_F(Form6Test, GoToNextErrorWalksBothPanes)
 {
     named("walk.asm", errorsource);
     w->menuassemble_Click();
-    std::vector<int> left, right;
-    for (int i = 0; i < 3; ++i) {
-        w->action("menu5")->trigger();
-        left.push_back(w->edittextboxpro1()->currentline());
-        right.push_back(w->edittextboxpro2()->currentline());
-    }
-    EXPECT_EQ(left, (std::vector<int>{5, 9, 2}));
-    EXPECT_EQ(right, (std::vector<int>{7, 12, 3}));
-
+    // Three steps: the lines of the source and of the listing after each.
+    auto walk = [this] {
+        std::vector<int> left, right;
+        for (int i = 0; i < 3; ++i) {
+            w->action("menu5")->trigger();
+            left.push_back(w->edittextboxpro1()->currentline());
+            right.push_back(w->edittextboxpro2()->currentline());
+        }
+        return std::pair{left, right};
+    };
+    EXPECT_EQ(walk(), std::pair(std::vector<int>{5, 9, 2}, std::vector<int>{7, 12, 3}));
     // Two lines typed at the top move the marks to 4, 7 and 11: the listing goes to that line
     // and on to its own next mark.
-    SourceEditor* src = w->edittextboxpro1();
-    src->setCursorPosition(0, 0);
-    src->insert("\tNOP\n\tNOP\n");
-    EXPECT_EQ(src->markedlines(), (std::vector<int>{4, 7, 11}));
-    left.clear();
-    right.clear();
-    for (int i = 0; i < 3; ++i) {
-        w->action("menu5")->trigger();
-        left.push_back(src->currentline());
-        right.push_back(w->edittextboxpro2()->currentline());
-    }
-    EXPECT_EQ(left, (std::vector<int>{4, 7, 11}));
-    EXPECT_EQ(right, (std::vector<int>{7, 12, 12}));
+    w->edittextboxpro1()->setCursorPosition(0, 0);
+    w->edittextboxpro1()->insert("\tNOP\n\tNOP\n");
+    EXPECT_EQ(walk(), std::pair(std::vector<int>{4, 7, 11}, std::vector<int>{7, 12, 12}));
 }
 
 TEST_F(Form6Test, LoadTakesTheLastGoodObject)
@@ -246,8 +203,10 @@ TEST_F(Form6Test, LoadTakesTheLastGoodObject)
         w->menuload_Click();
         st.running = false;
         EXPECT_EQ(lastbox(), s.message);
-        for (int i = 0; i < s.memory.size(); ++i)
-            EXPECT_EQ(st.mem[static_cast<size_t>(i)], static_cast<uint8_t>(s.memory[i])) << i;
+        QByteArray memory;
+        for (qsizetype i = 0; i < s.memory.size(); ++i)
+            memory += static_cast<char>(st.mem[static_cast<size_t>(i)]);
+        EXPECT_EQ(memory, s.memory);
     }
     EXPECT_EQ(st.lastpath, lastpath);
 
@@ -265,19 +224,11 @@ TEST_F(Form6Test, LoadTakesTheLastGoodObject)
 TEST_F(Form6Test, FindAndReplaceAllThroughTheirBoxes)
 {
     named("find.asm", "\tmov a,b\n\tMOV c,d\n\tremove\n");
-    answer(*driver, "MOV");
+    answer(*driver, {"MOV"});
     w->menufind_Click();
-    EXPECT_EQ(w->edittextboxpro1()->selectedText(), "mov");
     w->menufindnext_Click();
-    EXPECT_EQ(w->edittextboxpro1()->selectedText(), "MOV");
-    answer(*driver, "mov");
-    answer(*driver, "MVI");
-    w->menureplace_Click();
-    EXPECT_EQ(lastbox(), "2 words replaced.");
-    EXPECT_EQ(w->edittextboxpro1()->textbytes(), "\tMVI a,b\n\tMVI c,d\n\tremove\n");
-    // An empty replacement changes nothing.
-    answer(*driver, "MVI");
-    answer(*driver, "");
+    EXPECT_EQ(w->edittextboxpro1()->selectedText(), "MOV"); // the second one
+    answer(*driver, {"mov", "MVI"});
     w->menureplace_Click();
     EXPECT_EQ(lastbox(), "2 words replaced.");
     EXPECT_EQ(w->edittextboxpro1()->textbytes(), "\tMVI a,b\n\tMVI c,d\n\tremove\n");
@@ -291,8 +242,6 @@ TEST_F(Form6Test, PrintsSourceAndListingEachLineEnded)
         p.setOutputFileName(pdf);
         return true;
     });
-    w->menuprint_Click();
-    EXPECT_EQ(lastbox(), "Please save the file first.");
     named("pr.asm", "\tMVI A,5\n\tHLT"); // no line end at the last line
     w->menuprint2_Click();
     EXPECT_EQ(lastbox(), "The listing viewer is empty.");
@@ -316,19 +265,17 @@ TEST_F(Form6Test, PrintsSourceAndListingEachLineEnded)
 TEST_F(Form6Test, SplitterKeepsItsPercentWithinLimits)
 {
     for (const auto& [stored, kept] : std::vector<std::pair<const char*, int>>{{"40", 40}, {"10", 25}, {"90", 75}}) {
-        w->close();
+        if (w)
+            w->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         regwrite("Window6 Position", stored);
         w = new Form6;
         w->show();
         QCoreApplication::processEvents();
-        EXPECT_EQ(w->splitpercent(), kept);
         const QList<int> sizes = w->razdelnik()->sizes();
         EXPECT_NEAR(sizes[0] * 100.0 / (sizes[0] + sizes[1]), kept, 1.0);
         w->close();
         EXPECT_EQ(regread("Window6 Position"), std::to_string(kept));
-        w = new Form6;
-        w->show();
     }
 }
 
@@ -338,45 +285,99 @@ TEST_F(Form6Test, ProgressShowsWhileTheWindowIsClosedToTheUser)
     for (int i = 0; i < 60000; ++i)
         big += "\tMVI A,5\n\tNOP\n";
     named("long.asm", big);
-    QString phase, line;
-    bool framevisible = false, menusenabled = true, panesenabled = true;
+    QStringList seen;
     QTimer::singleShot(100, [&] {
-        framevisible = w->frame1()->isVisible();
-        phase = w->label1()->text();
-        line = w->label2()->text();
-        menusenabled = w->menu("menu3")->menuAction()->isEnabled();
-        panesenabled = w->edittextboxpro1()->isEnabled();
+        seen << (w->frame1()->isVisible() ? "frame" : "") << w->label1()->text().left(16) << w->label2()->text().left(6)
+             << (w->menu("menu3")->menuAction()->isEnabled() ? "menus" : "") << (w->edittextboxpro1()->isEnabled() ? "panes" : "");
         w->action("menuassemble")->trigger(); // refused while one runs
         kelvane::test::saveshot(w, "form6-assembling");
     });
     w->menuassemble_Click();
-    EXPECT_TRUE(framevisible);
-    EXPECT_TRUE(phase.startsWith("Performing pass ")) << phase.toStdString();
-    EXPECT_TRUE(line.startsWith("Line  ")) << line.toStdString();
-    EXPECT_FALSE(menusenabled);
-    EXPECT_FALSE(panesenabled);
-    EXPECT_TRUE(w->edittextboxpro1()->isEnabled());
-    EXPECT_TRUE(w->menu("menu3")->menuAction()->isEnabled());
+    EXPECT_EQ(seen, (QStringList{"frame", "Performing pass ", "Line  ", "", ""}));
+    EXPECT_TRUE(w->edittextboxpro1()->isEnabled() && w->menu("menu3")->menuAction()->isEnabled());
 }
 
-TEST_F(Form6Test, ClosingDuringAnAssemblyEndsItQuietly)
+TEST_F(Form6Test, AnAssemblyDuringAnUltimateRunLeavesTheRunGoing)
 {
-    QByteArray big;
-    for (int i = 0; i < 60000; ++i)
-        big += "\tMOV Q,A\n\tNOP\n";
-    named("big.asm", big);
-    bool closed = false;
-    QTimer::singleShot(0, [&] {
-        EXPECT_TRUE(w->busy());
-        closed = w->close();
+    named("run.asm", goodsource);
+    Form1 main;
+    main.show();
+    MachineState& st = machinestate();
+    st.optconfirm = "ON";
+    write("delay.obj", QByteArray("\x0b\x78\xb1\xc2\x00\x00\xc3\x00\x00", 9));
+    ASSERT_EQ(main.loadprogramfile(path("delay.obj")), "");
+    main.messagesink = [](const std::string&) {};
+    main.menuspeed_Click(6);
+    bool running = false, looping = false;
+    int32_t count = 0;
+    QTimer::singleShot(50, [&] {
+        w->menuassemble_Click();
+        running = st.running;
+        looping = main.loopactive();
+        count = st.instructioncount;
+        w->menuload_Click();
+        QTimer::singleShot(50, [&] { main.action("menustop")->trigger(); });
     });
-    const size_t before = boxes().size();
-    w->menuassemble_Click();
-    EXPECT_FALSE(closed); // it waited for the assembly to end
-    EXPECT_FALSE(machinestate().Form6);
-    EXPECT_EQ(boxes().size(), before); // no box for a window that is gone
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_TRUE(w.isNull());
+    main.action("menustart")->trigger(); // returns when the run has stopped
+    EXPECT_TRUE(running);
+    EXPECT_TRUE(looping);
+    EXPECT_GT(st.instructioncount, count); // it ran on after the assembly
+    EXPECT_EQ(read("run.obj"), goodimage);
+    EXPECT_EQ(lastbox(), "The simulation is running. Please stop the simulation first.");
+    EXPECT_EQ(st.mem[0], 0x0b); // the program in memory stayed
+}
+
+TEST_F(Form6Test, ClosingDuringACommandEndsItQuietly)
+{
+    // What runs while the window lets events through, and who closes it then.
+    struct Case {
+        const char* what;
+        void (Form6::*command)();
+        bool byform1;
+    };
+    std::vector<Case> cases;
+    for (const auto& [what, command] : {std::pair{"assembly", &Form6::menuassemble_Click},
+                                        std::pair{"external wait", &Form6::menuassembletasm_Click},
+                                        std::pair{"print", &Form6::menuprint_Click}})
+        for (const bool byform1 : {false, true})
+            cases.push_back({what, command, byform1});
+    QByteArray big;
+    for (int i = 0; i < 30000; ++i)
+        big += "\tMOV Q,A\n\tNOP\n";
+    write("tasm", "#!/bin/sh\nsleep 5\n");
+    QFile::setPermissions(path("tasm"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    setprintdialog([this](QWidget*, QPrinter& p) {
+        p.setOutputFormat(QPrinter::PdfFormat);
+        p.setOutputFileName(path("close.pdf"));
+        return true;
+    });
+    for (const Case& c : cases) {
+        if (!w) {
+            w = new Form6;
+            w->show();
+        }
+        named("big.asm", big);
+        auto main = std::make_unique<Form1>();
+        main->show();
+        machinestate().tasmpath = path("tasm").toStdString(); // Form1 read its own at load
+        machinestate().optconfirm = "ON";
+        bool wasbusy = false;
+        QTimer::singleShot(0, [&] {
+            wasbusy = w->busy();
+            if (c.byform1)
+                main->close();
+            else
+                w->close();
+        });
+        const size_t before = boxcount();
+        (w->*c.command)();
+        EXPECT_TRUE(wasbusy) << c.what;
+        EXPECT_FALSE(machinestate().Form6) << c.what;
+        EXPECT_EQ(boxcount(), before) << c.what; // no box for a window that is gone
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_TRUE(w.isNull()) << c.what;
+    }
+    setprintdialog({});
 }
 
 } // namespace
