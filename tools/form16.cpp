@@ -329,8 +329,21 @@ void Form16::menuopen()
 {
     menuclose();
     const QString path = choosefile(this, false);
-    if (path.isEmpty())
-        return;
+    if (!path.isEmpty())
+        readlogfile(path);
+}
+
+bool Form16::openfile(const QString& path)
+{
+    // Taken as the File menu would take it: not while a file is read or saved.
+    if (!menu1_->menuAction()->isEnabled())
+        return false;
+    menuclose();
+    return readlogfile(path);
+}
+
+bool Form16::readlogfile(const QString& path)
+{
     const QString name = takelastpath(machinestate(), path);
     logfileopen_ = true;
     logfilename_ = name;
@@ -339,7 +352,7 @@ void Form16::menuopen()
     setmenu1(false);
     stopreading_ = false;
     if (!pumpevents() || stopreading_)
-        return; // the window is gone or closing
+        return false; // the window is gone or closing
 
     LogReader reader; // closed on every way out
     auto refuse = [&](const std::string& reason) {
@@ -349,7 +362,7 @@ void Form16::menuopen()
     };
     if (!reader.open(QFile::encodeName(path).toStdString())) {
         refuse(reader.error());
-        return;
+        return false;
     }
     QElapsedTimer slice;
     slice.start();
@@ -357,19 +370,19 @@ void Form16::menuopen()
     while ((status = reader.read(rows_, readslice)) == LogReadStatus::more) {
         if (slice.elapsed() >= framems) {
             if (!pumpevents())
-                return; // the window is gone
+                return false; // the window is gone
             if (stopreading_)
                 break;
             slice.restart();
         }
     }
     if (stopreading_)
-        return; // the window is closing
+        return false; // the window is closing
     switch (status) {
     case LogReadStatus::done:
         setmenu1(true);
         redraw();
-        break;
+        return true;
     case LogReadStatus::corrupt:
         confirm(this, QStringLiteral("The log file is corrupted."));
         menuclose(); // the File menu stays off until the viewer is opened afresh
@@ -379,6 +392,7 @@ void Form16::menuopen()
         refuse(reader.error());
         break;
     }
+    return false;
 }
 
 void Form16::menusave()

@@ -34,6 +34,9 @@ public:
     void logclean() override;
     bool takesrows() const override;
 
+    // A ".log" file handed to the viewer, read as the File menu's Open reads it: true when shown.
+    bool openfile(const QString& path) override;
+
     // The File menu.
     void menuopen();
     void menusave();
@@ -64,6 +67,8 @@ private:
     void showview();
     void wheel(int angle);
     void setmenu1(bool enabled);
+    // Reads a ".log" file into the viewer: true when it is shown whole.
+    bool readlogfile(const QString& path);
     // Lets pending events run; false when the window went away meanwhile.
     bool pumpevents();
 
