@@ -10,7 +10,8 @@ pkgs=(build-essential cmake ninja-build pkg-config
       clang libclang-rt-dev
       srecord python3
       libcli11-dev nlohmann-json3-dev
-      poppler-utils)
+      poppler-utils
+      librsvg2-bin lintian desktop-file-utils appstream)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
