@@ -1,6 +1,7 @@
 #include "shell/about.h"
 
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/settings.h"
 
 #include <QEvent>
@@ -44,6 +45,7 @@ AboutWindow::AboutWindow(QWidget* parent)
     for (const QString& line : lines)
         width = std::max(width, fm.horizontalAdvance(line));
     resize(width + 60, fm.lineSpacing() * (static_cast<int>(lines.size()) + 2) + 30);
+    themetextwindow(this, text1_);
 }
 
 void AboutWindow::changeEvent(QEvent* event)

@@ -2,6 +2,7 @@
 
 #include "shell/messages.h"
 #include "shell/printing.h"
+#include "shell/theme.h"
 
 #include <QFontDatabase>
 #include <QMenuBar>
@@ -258,6 +259,7 @@ HelpWindow::HelpWindow(QWidget* parent)
             [this] { printsource(this, windowTitle(), printabletext(text1_->toPlainText())); });
     const QFontMetrics fm(text1_->font());
     resize(fm.horizontalAdvance(QString(80, QLatin1Char('M'))) + 40, fm.lineSpacing() * 36);
+    themetextwindow(this, text1_);
 }
 
 HelpWindow* showhelp(QWidget* parent)

@@ -1,5 +1,6 @@
 #include "shell/messages.h"
 
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/settings.h"
 
@@ -169,6 +170,7 @@ MessageWindow::MessageWindow()
     messageticks_ = 0;
     messagelimit_ = leadingint(regread("Message Duration", "4"));
     currentwindow = this;
+    themetextwindow(this, text1_);
 }
 
 MessageWindow::~MessageWindow()

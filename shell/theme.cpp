@@ -5,9 +5,12 @@
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPainter>
 #include <QPointer>
+#include <QProxyStyle>
+#include <QRegularExpression>
 #include <QStyle>
-#include <QStyleFactory>
+#include <QStyleOption>
 #include <QToolTip>
 #include <QWidget>
 
@@ -15,6 +18,7 @@
 #include <QAbstractScrollArea>
 #include <QCheckBox>
 #include <QGroupBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
 
@@ -227,6 +231,9 @@ double luminance(const QColor& c)
 }
 
 constexpr double readable = 4.5;
+// Text on a surface that the style shades (a button's face runs lighter and darker around its
+// colour) keeps this much, so that it stays readable everywhere on the face.
+constexpr double shadedreadable = 5.5;
 
 std::array<uint32_t, 11> rowcolors(const ThemeColors& c)
 {
@@ -248,9 +255,9 @@ QColor mixcolor(const QColor& a, const QColor& b, double part)
     return QColor(mix(a.red(), b.red()), mix(a.green(), b.green()), mix(a.blue(), b.blue()));
 }
 
-QColor readabletext(const QColor& back, const QColor& preferred)
+QColor readabletext(const QColor& back, const QColor& preferred, double ratio)
 {
-    if (contrastratio(back, preferred) >= readable)
+    if (contrastratio(back, preferred) >= ratio)
         return preferred;
     QColor best;
     double bestratio = 0;
@@ -262,7 +269,7 @@ QColor readabletext(const QColor& back, const QColor& preferred)
             best = c;
         }
     }
-    if (bestratio >= readable)
+    if (bestratio >= ratio)
         return best;
     return contrastratio(back, Qt::black) >= contrastratio(back, Qt::white) ? QColor(Qt::black) : QColor(Qt::white);
 }
@@ -289,15 +296,35 @@ void setroles(QPalette& p, QPalette::ColorRole backrole, const QColor& back, QPa
 
 } // namespace
 
+namespace {
+
+// The buttons' colours: the first surface of the theme whose own text, or another colour of the
+// theme, reads on it with the margin of a shaded face; else the frame colour with black or white.
+std::pair<QColor, QColor> buttoncolours(const ThemeState& t)
+{
+    const std::pair<uint32_t, uint32_t> surfaces[] = {
+        {t.frameback, t.frametext}, {t.labelback, t.labeltext}, {t.valueback, t.valuetext}, {t.noteback, t.notetext}};
+    for (const auto& [b, f] : surfaces) {
+        const QColor back = themecolor(b);
+        const QColor text = readabletext(back, themecolor(f), shadedreadable);
+        if (contrastratio(back, text) >= shadedreadable)
+            return {back, text};
+    }
+    const QColor back = themecolor(t.frameback);
+    return {back, readabletext(back, themecolor(t.frametext), shadedreadable)};
+}
+
+} // namespace
+
 QPalette themepalette()
 {
     const ThemeState& t = theme();
     const QColor window = themecolor(t.windowback), base = themecolor(t.valueback);
-    const QColor button = themecolor(t.frameback), highlight = themecolor(t.fixedback);
+    const QColor highlight = themecolor(t.fixedback);
     const QColor tip = themecolor(t.noteback);
     const QColor windowtext = readabletext(window, themecolor(t.labeltext));
     const QColor text = readabletext(base, themecolor(t.valuetext));
-    const QColor buttontext = readabletext(button, themecolor(t.frametext));
+    const auto [button, buttontext] = buttoncolours(t);
 
     QPalette p(button, window);
     setroles(p, QPalette::Window, window, QPalette::WindowText, windowtext);
@@ -315,19 +342,115 @@ QPalette themepalette()
     return p;
 }
 
+namespace {
+
+// The style of the themed windows, so that a control shows its colours exactly under any base
+// style: a frame (group box) is filled whole, a thin line in a mix of its text and background
+// colours, its caption on its background; a push button's face is flat in the button colour,
+// deepened toward the text colour when hovered or pressed. Everything else is the base style's.
+class ThemeStyle : public QProxyStyle {
+public:
+    using QProxyStyle::QProxyStyle;
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override
+    {
+        if (element != PE_PanelButtonCommand) {
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+            return;
+        }
+        const QColor text = option->palette.color(QPalette::ButtonText);
+        QColor face = option->palette.color(QPalette::Button);
+        const bool enabled = (option->state & State_Enabled) != 0;
+        if (enabled && (option->state & (State_Sunken | State_On)))
+            face = mixcolor(face, text, 0.16);
+        else if (enabled && (option->state & State_MouseOver))
+            face = mixcolor(face, text, 0.07);
+        const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        const bool marked = button && (button->features & QStyleOptionButton::DefaultButton);
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setBrush(face);
+        painter->setPen(QPen(mixcolor(text, face, enabled ? 0.45 : 0.7), 1));
+        const QRectF r = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+        painter->drawRoundedRect(r, 3, 3);
+        if (marked && enabled) {
+            // The button that Enter presses: a second line inside the first.
+            painter->setBrush(Qt::NoBrush);
+            painter->drawRoundedRect(r.adjusted(1, 1, -1, -1), 2, 2);
+        }
+        painter->restore();
+    }
+
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                            const QWidget* widget) const override
+    {
+        const auto* box = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+        if (control != CC_GroupBox || box == nullptr || (box->subControls & SC_GroupBoxCheckBox) != 0) {
+            QProxyStyle::drawComplexControl(control, option, painter, widget);
+            return;
+        }
+        const QColor back = box->palette.color(QPalette::Window);
+        const QColor text = box->palette.color(QPalette::WindowText);
+        const QRect frame = subControlRect(CC_GroupBox, option, SC_GroupBoxFrame, widget);
+        const QRect label = subControlRect(CC_GroupBox, option, SC_GroupBoxLabel, widget);
+        painter->save();
+        if (box->subControls & SC_GroupBoxFrame) {
+            painter->setRenderHint(QPainter::Antialiasing);
+            painter->setPen(QPen(mixcolor(text, back, 0.55), 1));
+            painter->setBrush(Qt::NoBrush);
+            painter->drawRoundedRect(QRectF(frame).adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+        }
+        if ((box->subControls & SC_GroupBoxLabel) && !box->text.isEmpty()) {
+            painter->setRenderHint(QPainter::Antialiasing, false);
+            painter->fillRect(label.adjusted(-2, 0, 2, 0), back);
+            painter->setPen(text);
+            painter->drawText(label, Qt::TextShowMnemonic | Qt::AlignCenter, box->text);
+        }
+        painter->restore();
+    }
+};
+
+bool honourspalettes(const QString& name)
+{
+    return name == QLatin1String("fusion") || name == QLatin1String("windows");
+}
+
+// A widget lies under a style sheet: the palette of its parents does not reach it.
+bool undersheet(const QWidget* w, const QWidget* window)
+{
+    for (; w != nullptr; w = w->parentWidget()) {
+        if (!w->styleSheet().isEmpty())
+            return true;
+        if (w == window)
+            break;
+    }
+    return false;
+}
+
+// The source editors keep their own colours.
+bool editortext(const QWidget* w)
+{
+    return w->inherits("QsciScintillaBase");
+}
+
+} // namespace
+
 QStyle* themestyle()
 {
-    static QPointer<QStyle> fusion;
-    QStyle* app = QApplication::style();
-    const QString name = app ? app->name().toLower() : QString();
-    if (name == QLatin1String("fusion") || name == QLatin1String("windows"))
-        return app;
-    if (!fusion) {
-        fusion = QStyleFactory::create(QStringLiteral("Fusion"));
-        if (fusion)
-            fusion->setParent(qApp);
-    }
-    return fusion ? fusion.data() : app;
+    // One style for each base the application asked for while it ran; none is deleted, since
+    // windows may still use it.
+    static std::vector<std::pair<QString, QStyle*>> made;
+    const QStyle* app = QApplication::style();
+    const QString appname = app ? app->name().toLower() : QString();
+    const QString wanted = honourspalettes(appname) ? appname : QStringLiteral("fusion");
+    for (const auto& [name, style] : made)
+        if (name == wanted)
+            return style;
+    auto* style = new ThemeStyle(wanted);
+    style->setParent(qApp);
+    made.emplace_back(wanted, style);
+    return style;
 }
 
 void themewindow(QWidget* window)
@@ -335,20 +458,35 @@ void themewindow(QWidget* window)
     if (window == nullptr)
         return;
     QStyle* style = themestyle();
-    if (style != QApplication::style()) {
-        if (window->style() != style)
-            window->setStyle(style);
-        for (QWidget* w : window->findChildren<QWidget*>())
-            if (w->style() != style)
-                w->setStyle(style);
-    }
+    const QList<QWidget*> all = window->findChildren<QWidget*>();
+    // Each widget once: the mark names the style it was given.
+    const QVariant mark = QVariant::fromValue(reinterpret_cast<quintptr>(style));
+    QList<QWidget*> styled = all;
+    styled.append(window);
+    for (QWidget* w : styled)
+        if (w->property("themestyle") != mark) {
+            w->setStyle(style);
+            w->setProperty("themestyle", mark);
+        }
     const QPalette p = themepalette();
     window->setPalette(p);
     window->setAutoFillBackground(true);
-    // Menus and other popups are windows of their own: the palette does not reach them by itself.
-    for (QWidget* w : window->findChildren<QWidget*>())
-        if (w->isWindow())
+    // Popups (menus) are windows of their own and widgets under a style sheet don't inherit the
+    // palette of their parents: both get it themselves. A menu bar writes its items in the button
+    // text colour over the window's colour.
+    QPalette bar = p;
+    bar.setColor(QPalette::ButtonText, p.color(QPalette::WindowText));
+    bar.setColor(QPalette::Disabled, QPalette::ButtonText, p.color(QPalette::Disabled, QPalette::WindowText));
+    // Under a sheet, labels and frames take their colours from its rules (or from their pair).
+    for (QWidget* w : all) {
+        if (qobject_cast<QMenuBar*>(w))
+            w->setPalette(bar);
+        else if (w->isWindow())
             w->setPalette(p);
+        else if (!editortext(w) && !qobject_cast<QLabel*>(w) && !qobject_cast<QGroupBox*>(w) &&
+                 undersheet(w, window))
+            w->setPalette(p);
+    }
     QToolTip::setPalette(p);
 }
 
@@ -362,29 +500,33 @@ void setpair(QWidget* control, uint32_t back, uint32_t fore)
         setroles(p, QPalette::Base, b, QPalette::Text, f);
     } else if (qobject_cast<QCheckBox*>(control) || qobject_cast<QRadioButton*>(control)) {
         // Their background is filled in the button colour, their text drawn in the window text.
+        // Filled, they are as wide as their caption, as a label is.
         setroles(p, QPalette::Window, b, QPalette::WindowText, f);
         setroles(p, QPalette::Button, b, QPalette::ButtonText, f);
+        QSizePolicy policy = control->sizePolicy();
+        if (policy.horizontalPolicy() != QSizePolicy::Maximum) {
+            policy.setHorizontalPolicy(QSizePolicy::Maximum);
+            control->setSizePolicy(policy);
+        }
     } else if (qobject_cast<QAbstractButton*>(control)) {
         setroles(p, QPalette::Button, b, QPalette::ButtonText, f);
     } else {
-        // Labels and frames: the filled background and the text (a frame's title too).
+        // Labels and frames (whose caption and line the theme's style draws in these colours).
         setroles(p, QPalette::Window, b, QPalette::WindowText, f);
+    }
+    if (undersheet(control, nullptr)) {
+        // Nothing comes from the parents here: the open colours for the other roles.
+        QPalette open = themepalette();
+        for (int r = 0; r < QPalette::NColorRoles; ++r) {
+            const auto role = static_cast<QPalette::ColorRole>(r);
+            if (p.isBrushSet(QPalette::Active, role))
+                for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+                    open.setBrush(group, role, p.brush(group, role));
+        }
+        p = open;
     }
     control->setPalette(p);
     control->setAutoFillBackground(true);
-    if (auto* frame = qobject_cast<QGroupBox*>(control)) {
-        // A style's own frame may tint what it encloses: the line is drawn by the sheet instead,
-        // over the background filled from the palette.
-        if (frame->objectName().isEmpty())
-            frame->setObjectName(QStringLiteral("frame"));
-        const QString sheet = QStringLiteral("QGroupBox#%1 { border: 1px solid %2; border-radius: 3px;"
-                                             " margin-top: 0.6em; padding-top: 0.3em; }"
-                                             "QGroupBox#%1::title { subcontrol-origin: margin; left: 7px;"
-                                             " padding: 0 3px; }")
-                                  .arg(frame->objectName(), mixcolor(f, b, 0.4).name());
-        if (frame->styleSheet() != sheet)
-            frame->setStyleSheet(sheet);
-    }
 }
 
 QString themesheet(const QString& sheet)
@@ -392,28 +534,42 @@ QString themesheet(const QString& sheet)
     const ThemeState& t = theme();
     const QPalette p = themepalette();
     const std::pair<const char*, QColor> names[] = {
-        // Longer names first, so that @valuebackx never stands for @valueback.
-        {"@highlighttext", p.color(QPalette::HighlightedText)},
-        {"@windowback", themecolor(t.windowback)},
-        {"@windowtext", p.color(QPalette::WindowText)},
-        {"@buttonback", p.color(QPalette::Button)},
-        {"@buttontext", p.color(QPalette::ButtonText)},
-        {"@highlight", p.color(QPalette::Highlight)},
-        {"@basetext", p.color(QPalette::Text)},
-        {"@frameback", themecolor(t.frameback)},
-        {"@frametext", themecolor(t.frametext)},
-        {"@labelback", themecolor(t.labelback)},
-        {"@labeltext", themecolor(t.labeltext)},
-        {"@valueback", themecolor(t.valueback)},
-        {"@valuetext", themecolor(t.valuetext)},
-        {"@fixedback", themecolor(t.fixedback)},
-        {"@fixedtext", themecolor(t.fixedtext)},
-        {"@noteback", themecolor(t.noteback)},
-        {"@notetext", themecolor(t.notetext)},
+        // Longer names first, so that @highlighttext never reads as @highlight.
+        {"highlighttext", p.color(QPalette::HighlightedText)},
+        {"windowback", themecolor(t.windowback)},
+        {"windowtext", p.color(QPalette::WindowText)},
+        {"buttonback", p.color(QPalette::Button)},
+        {"buttontext", p.color(QPalette::ButtonText)},
+        {"highlight", p.color(QPalette::Highlight)},
+        {"basetext", p.color(QPalette::Text)},
+        {"frameback", themecolor(t.frameback)},
+        {"frametext", themecolor(t.frametext)},
+        {"labelback", themecolor(t.labelback)},
+        {"labeltext", themecolor(t.labeltext)},
+        {"valueback", themecolor(t.valueback)},
+        {"valuetext", themecolor(t.valuetext)},
+        {"fixedback", themecolor(t.fixedback)},
+        {"fixedtext", themecolor(t.fixedtext)},
+        {"noteback", themecolor(t.noteback)},
+        {"notetext", themecolor(t.notetext)},
+        {"black", QColor(Qt::black)},
+        {"white", QColor(Qt::white)},
+    };
+    const auto colour = [&names](QStringView name) {
+        for (const auto& [n, c] : names)
+            if (name == QLatin1String(n))
+                return c;
+        return QColor();
     };
     QString out = sheet;
-    for (const auto& [name, colour] : names)
-        out.replace(QLatin1String(name), colour.name());
+    // @mix(a,b,N): N percent of the way from colour a to colour b.
+    static const QRegularExpression mix(QStringLiteral("@mix\\((\\w+),\\s*(\\w+),\\s*(\\d+)\\)"));
+    for (QRegularExpressionMatch m = mix.match(out); m.hasMatch(); m = mix.match(out)) {
+        const QColor c = mixcolor(colour(m.capturedView(1)), colour(m.capturedView(2)), m.captured(3).toInt() / 100.0);
+        out.replace(m.capturedStart(), m.capturedLength(), c.name());
+    }
+    for (const auto& [name, c] : names)
+        out.replace(QLatin1Char('@') + QLatin1String(name), c.name());
     return out;
 }
 
@@ -450,6 +606,17 @@ void themefollowers()
     for (const Follower& f : standing)
         if (f.window && f.settheme)
             f.settheme();
+}
+
+void themetextwindow(QWidget* window, QWidget* text)
+{
+    const QPointer<QWidget> box = text;
+    auto settheme = [window, box] {
+        themewindow(window);
+        setpair(box, theme().valueback, theme().valuetext);
+    };
+    settheme();
+    followtheme(window, settheme);
 }
 
 } // namespace kelvane

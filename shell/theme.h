@@ -62,9 +62,9 @@ const ThemeColors* themecolors(const std::string& name);
 QColor themecolor(uint32_t rgb);
 // The contrast ratio of two colours (1 to 21) by their relative luminance.
 double contrastratio(const QColor& a, const QColor& b);
-// A text colour for a background: `preferred` when it reaches 4.5:1, else the colour of the theme
-// with the best contrast when that reaches it, else black or white, whichever contrasts more.
-QColor readabletext(const QColor& back, const QColor& preferred);
+// A text colour for a background: `preferred` when it reaches the ratio, else the colour of the
+// theme with the best contrast when that reaches it, else black or white, whichever contrasts more.
+QColor readabletext(const QColor& back, const QColor& preferred, double ratio = 4.5);
 // a + (b - a) * part, channel by channel.
 QColor mixcolor(const QColor& a, const QColor& b, double part);
 
@@ -78,14 +78,18 @@ void themewindow(QWidget* window);
 // A control's back and fore colour, for the roles its kind paints with (a frame's title, a
 // label's text, a text box's text, a button's caption); the background is filled.
 void setpair(QWidget* control, uint32_t back, uint32_t fore);
-// A style sheet with the theme's colours put for @windowback ... @notetext, and the open colours
+// A style sheet with the theme's colours put for @windowback ... @notetext, the open colours
 // @windowtext (text on windowback), @buttonback, @buttontext, @highlight, @highlighttext,
-// @basetext (text on valueback).
+// @basetext (text on valueback), @black, @white, and @mix(a,b,N) for the colour N percent of the
+// way from a to b (named without their @).
 QString themesheet(const QString& sheet);
 
 // Windows without a window-open flag that follow a change while they stand.
 void followtheme(QWidget* window, std::function<void()> settheme);
 // The settheme of every standing follower.
 void themefollowers();
+// A window of one text box (About, Help, the timed message window): the form and the box in the
+// value colours, now and after every change while the window stands.
+void themetextwindow(QWidget* window, QWidget* text);
 
 } // namespace kelvane

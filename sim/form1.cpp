@@ -7,6 +7,7 @@
 #include "shell/about.h"
 #include "shell/help.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/optionsdialogs.h"
 #include "sim/portdialogs.h"
@@ -99,22 +100,6 @@ const EntryTarget* findtarget(const QString& name)
             return &t;
     return nullptr;
 }
-
-// The panel's look: value fields like the read-outs of an instrument, captions small above them.
-const char* panelstyle = R"(
-QWidget#panel { background: #2b2f33; }
-QGroupBox { color: #d8dde2; font-weight: bold; border: 1px solid #5a636b; border-radius: 4px;
-            margin-top: 10px; padding: 6px 4px 4px 4px; }
-QGroupBox::title { subcontrol-origin: margin; left: 8px; padding: 0 2px; }
-QLabel[role="caption"] { color: #aeb7bf; }
-QLabel[role="value"] { background: #0c130c; color: #6cff6c; border: 2px solid #000000;
-                       border-top-color: #111; border-left-color: #111; border-right-color: #5a636b;
-                       border-bottom-color: #5a636b; padding: 1px 5px; }
-QLabel[role="wide"] { background: #0c130c; color: #ffcf4a; border: 2px solid #000000;
-                      border-right-color: #5a636b; border-bottom-color: #5a636b; padding: 1px 6px; }
-QLabel[role="path"] { color: #d8dde2; padding: 1px 4px; }
-QPushButton { min-width: 64px; min-height: 26px; }
-)";
 
 // The program's location: a path of any length is shown elided in the middle within the width
 // the panel gives it, the whole path in its tool tip; its text never asks the window for room.
@@ -251,6 +236,7 @@ Form1::Form1(QWidget* parent) : QMainWindow(parent), hooks_(std::make_unique<Pan
     connect(ultimatetimer_, &QTimer::timeout, this, &Form1::ultimatetimer_Timer);
     setmachinehooks(hooks_.get());
     fillmaincommands();
+    toolrouter().themehook = [this] { settheme(); };
     Form_Load();
 }
 
@@ -258,6 +244,8 @@ Form1::Form1(QWidget* parent) : QMainWindow(parent), hooks_(std::make_unique<Pan
 void Form1::Form_Load()
 {
     presetpositions();
+    loadtheme();
+    settheme();
     loadsettings();
     placewindow(this, 1);
     setWindowTitle(titletext());
@@ -287,6 +275,7 @@ void Form1::loadsettings()
 Form1::~Form1()
 {
     toolrouter().maincommands = MainCommands{};
+    toolrouter().themehook = nullptr;
     setmachinehooks(nullptr);
 }
 
@@ -321,7 +310,7 @@ void Form1::buildpanel()
 {
     auto* panel = new QWidget(this);
     panel->setObjectName("panel");
-    panel->setStyleSheet(panelstyle);
+    panel->setStyleSheet(panelsheet());
     setCentralWidget(panel);
     panel->installEventFilter(this);
 
@@ -526,7 +515,7 @@ void Form1::buildpanel()
     Text1_->setObjectName("Text1");
     Text1_->setFont(fixed);
     Text1_->setAlignment(Qt::AlignCenter);
-    Text1_->setStyleSheet("QLineEdit { background: #fffbe0; color: #000; border: 2px solid #ffb000; padding: 0; }");
+    Text1_->setStyleSheet(entrysheet());
     Text1_->installEventFilter(this);
     fl->addWidget(Text1_);
     Frame10_->hide();

@@ -70,6 +70,8 @@ public:
 
     // The panel.
     void ekran();
+    // The colours of the current theme on the form, its frames, labels and value fields.
+    void settheme();
     // A click on a panel element by its control name: a register label opens the entry box,
     // everything else dismisses it.
     void panelclick(const QString& name);
@@ -127,6 +129,9 @@ protected:
 private:
     void Form_Load();
     void loadsettings();
+    // The panel's style sheet and the entry box's, in the current theme's colours.
+    static QString panelsheet();
+    static QString entrysheet();
     FileMenuHooks filemenuhooks();
     void fillmaincommands();
     void buildpanel();

@@ -4,6 +4,7 @@
 
 #include "core/hexutil.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/settings.h"
 
 #include <QCheckBox>
@@ -14,6 +15,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <initializer_list>
 #include <vector>
 
 namespace kelvane {
@@ -122,6 +124,12 @@ InEntryDialog::InEntryDialog(MachineState& st, int32_t port, QWidget* parent)
     layout->addWidget(check1_);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     text1_->setFocus();
+
+    themewindow(this);
+    const ThemeState& t = theme();
+    setpair(check1_, t.labelback, t.labeltext);
+    for (QWidget* w : std::initializer_list<QWidget*>{label1_, label2_, text1_})
+        setpair(w, t.valueback, t.valuetext);
 }
 
 HexValueDialog::HexValueDialog(MachineState& st, QWidget* parent)
@@ -145,6 +153,10 @@ HexValueDialog::HexValueDialog(MachineState& st, QWidget* parent)
     layout->addLayout(row);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     text1_->setFocus();
+
+    themewindow(this);
+    setpair(label1_, theme().valueback, theme().valuetext);
+    setpair(text1_, theme().valueback, theme().valuetext);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -214,6 +226,9 @@ AsciiKeyboard::AsciiKeyboard(MachineState& st, QWidget* parent)
     check1_->setChecked(smallletters_ != 0);
     check1clicked();
     connect(check1_, &QCheckBox::clicked, this, &AsciiKeyboard::check1clicked);
+
+    themewindow(this);
+    setpair(check1_, theme().labelback, theme().labeltext);
 }
 
 void AsciiKeyboard::check1clicked()
