@@ -2,6 +2,7 @@
 
 #include "modules/modulehost.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/settings.h"
 
@@ -16,8 +17,8 @@ namespace kelvane {
 namespace {
 
 const char* formstyle = R"(
-QLabel[role="value"] { background: #ffffff; color: #000000; border: 1px solid #8a8a8a; padding: 2px 6px;
-                       font-family: "DejaVu Sans Mono"; }
+QLabel[role="value"] { background: @valueback; color: @valuetext; border: 1px solid @mix(valueback,valuetext,45);
+                       padding: 2px 6px; font-family: "DejaVu Sans Mono"; }
 QPushButton { min-width: 56px; }
 )";
 
@@ -28,7 +29,7 @@ Form21::Form21(QWidget* parent) : QWidget(parent, Qt::Window)
     setObjectName(QStringLiteral("Form21"));
     setWindowTitle(QStringLiteral("External Modules"));
     setAttribute(Qt::WA_DeleteOnClose);
-    setStyleSheet(formstyle);
+    setStyleSheet(themesheet(QString::fromLatin1(formstyle)));
     auto* grid = new QGridLayout(this);
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(8);
@@ -75,6 +76,16 @@ Form21::~Form21()
 {
     if (toolrouter().window(Tool::Form21) == this)
         toolrouter().closed(Tool::Form21);
+}
+
+void Form21::settheme()
+{
+    // The sheet first: the open colours then reach the widgets under it.
+    setStyleSheet(themesheet(QString::fromLatin1(formstyle)));
+    themewindow(this);
+    const ThemeState& t = theme();
+    for (int n = 1; n <= 5; ++n)
+        setpair(findChild<QLabel*>(QStringLiteral("Label%1").arg(n)), t.labelback, t.labeltext);
 }
 
 void Form21::showmodules()

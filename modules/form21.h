@@ -19,6 +19,8 @@ public:
     ~Form21() override;
 
     void showmodules();
+    // The form, Label1 to Label5 and obj1 to obj5 in the theme's colours.
+    void settheme() override;
     void setclick(int n); // set1_Click .. set5_Click (1-5)
     void delclick(int n);
     void Command1_Click();

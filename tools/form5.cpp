@@ -2,6 +2,7 @@
 
 #include "core/hexutil.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/portdialogs.h"
 #include "sim/settings.h"
@@ -32,45 +33,48 @@ namespace kelvane {
 
 namespace {
 
-// The board: a green circuit board with white print, the devices' values on small red displays.
+// The board in the colours of the theme: the devices' frames and options in the frame colours,
+// the captions and value texts in the value colours, the switches in the button colours (lit in
+// the selection colour when on), the terminal in a sunken bezel.
 const char* boardstyle = R"(
-QWidget#Form5 { background: #174330; }
-QLabel[role="caption"] { color: #f2f6ec; font-weight: bold; font-size: 10pt; }
-QLabel[role="port"] { color: #dbe8d8; font-weight: bold; }
-QLabel[role="port"]:disabled { color: #86a592; }
-QGroupBox[role="device"] { color: #eef4e8; font-weight: bold; border: 1px solid #86b996; border-radius: 6px;
-                           margin-top: 8px; padding: 8px 6px 2px 6px; background: #12382a; }
-QGroupBox[role="device"]:disabled { color: #7f9d8b; border-color: #3e6a52; background: #153b2b; }
+QWidget#Form5 { background: @windowback; }
+QLabel[role="caption"] { background: @valueback; color: @valuetext; font-weight: bold; font-size: 10pt;
+                         padding: 1px 4px; }
+QLabel[role="port"] { background: @valueback; color: @valuetext; font-weight: bold; padding: 1px 4px; }
+QLabel[role="port"]:disabled { color: @mix(valuetext,valueback,50); }
+QGroupBox[role="device"] { color: @frametext; font-weight: bold; border: 1px solid @mix(frameback,frametext,50);
+                           border-radius: 6px; margin-top: 8px; padding: 8px 6px 2px 6px; background: @frameback;
+                           background-clip: margin; }
+QGroupBox[role="device"]:disabled { color: @mix(frametext,frameback,50); border-color: @mix(frameback,frametext,25); }
 QGroupBox[role="device"]::title { subcontrol-origin: margin; left: 10px; padding: 0 4px; }
-QRadioButton[role="direction"] { color: #eef4e8; }
-QRadioButton[role="direction"]:disabled { color: #6f8f7c; }
-QRadioButton[role="direction"]:focus { color: #ffd34d; }
-QLabel[role="value"] { background: #080a09; color: #ff5a3c; border: 2px solid #040504; border-radius: 3px;
-                       font-family: "DejaVu Sans Mono"; font-size: 13pt; font-weight: bold; padding: 2px 6px; }
-QLabel[role="value"]:disabled { color: #5c2a21; }
-QLabel[role="value"]:focus { border-color: #ffd34d; }
+QRadioButton[role="direction"] { color: @frametext; background: @frameback; }
+QRadioButton[role="direction"]:disabled { color: @mix(frametext,frameback,50); }
+QRadioButton[role="direction"]:focus { color: @highlighttext; background: @highlight; }
+QLabel[role="value"] { background: @valueback; color: @valuetext; border: 2px solid @mix(valueback,black,40);
+                       border-radius: 3px; font-family: "DejaVu Sans Mono"; font-size: 13pt; font-weight: bold;
+                       padding: 2px 6px; }
+QLabel[role="value"]:disabled { color: @mix(valuetext,valueback,50); }
+QLabel[role="value"]:focus { border-color: @highlight; }
 QPushButton[role="toggle"] { min-width: 50px; min-height: 24px; border-radius: 4px; font-weight: bold;
-                             border: 1px solid #07150e; color: #c4cec7;
-                             background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #3a433d, stop:1 #222825); }
-QPushButton[role="toggle"][on="true"] { color: #ffffff;
-                             background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #3fbf64, stop:1 #23803f); }
-QPushButton[role="toggle"]:focus { border: 1px solid #ffd34d; }
-QPushButton[role="clear"] { min-width: 60px; min-height: 22px; border-radius: 4px; color: #eef4e8;
-                            border: 1px solid #07150e; background: #2d4b3b; }
-QPushButton[role="clear"]:disabled { color: #6f8f7c; background: #1f3a2c; }
-QPushButton[role="clear"]:focus { border: 1px solid #ffd34d; }
-QFrame[role="bezel"] { background: #06100a; border: 3px solid #0b1f15; border-radius: 5px; }
-QFrame[role="bezel"] QScrollBar:vertical { background: #0b1a11; width: 12px; margin: 0; border: none; }
-QFrame[role="bezel"] QScrollBar::handle:vertical { background: #2f6b45; min-height: 24px; border-radius: 4px;
-                                                  margin: 2px; }
-QFrame[role="bezel"] QScrollBar::handle:vertical:disabled { background: #1a3325; }
-QFrame[role="bezel"] QScrollBar::add-line:vertical, QFrame[role="bezel"] QScrollBar::sub-line:vertical { height: 0; }
-QFrame[role="bezel"] QScrollBar::add-page:vertical, QFrame[role="bezel"] QScrollBar::sub-page:vertical { background: none; }
-QCheckBox[role="board"] { color: #eef4e8; }
-QCheckBox[role="board"]:focus { color: #ffd34d; }
+                             border: 1px solid @mix(buttonback,black,50); color: @buttontext; background: @buttonback; }
+QPushButton[role="toggle"][on="true"] { color: @highlighttext; background: @highlight; }
+QPushButton[role="toggle"]:focus { border: 2px solid @windowtext; }
+QPushButton[role="clear"] { min-width: 60px; min-height: 22px; border-radius: 4px; color: @buttontext;
+                            border: 1px solid @mix(buttonback,black,50); background: @buttonback; }
+QPushButton[role="clear"]:disabled { color: @mix(buttontext,buttonback,50); }
+QPushButton[role="clear"]:focus { border: 2px solid @windowtext; }
+QFrame[role="bezel"] { background: @valueback; border: 3px solid @mix(valueback,black,40); border-radius: 5px; }
+QFrame[role="bezel"] QScrollBar:vertical { background: @valueback; width: 12px; margin: 0; border: none; }
+QFrame[role="bezel"] QScrollBar::handle:vertical { background: @mix(valueback,basetext,45); min-height: 24px;
+                                                  border-radius: 4px; margin: 2px; }
+QFrame[role="bezel"] QScrollBar::handle:vertical:disabled { background: @mix(valueback,basetext,20); }
+QFrame[role="bezel"] QScrollBar::add-line:vertical,
+QFrame[role="bezel"] QScrollBar::sub-line:vertical { height: 0; }
+QFrame[role="bezel"] QScrollBar::add-page:vertical,
+QFrame[role="bezel"] QScrollBar::sub-page:vertical { background: none; }
+QCheckBox[role="board"] { background: @labelback; color: @labeltext; }
+QCheckBox[role="board"]:focus { color: @highlighttext; background: @highlight; }
 )";
-
-const QColor printcolour(0xee, 0xf4, 0xe8);
 
 // Label1 - Label4: the value text, which an input device's user clicks (or, with the focus on
 // it, presses Space or Enter) to type a new value.
@@ -147,7 +151,7 @@ Form5::Form5(QWidget* parent) : QWidget(parent)
     setObjectName(QStringLiteral("Form5"));
     setWindowTitle(QStringLiteral("Peripheral Devices"));
     setAttribute(Qt::WA_DeleteOnClose);
-    setStyleSheet(boardstyle);
+    setStyleSheet(themesheet(QString::fromLatin1(boardstyle)));
     painttimer_ = new QTimer(this);
     painttimer_->setSingleShot(true);
     connect(painttimer_, &QTimer::timeout, this, &Form5::flush);
@@ -185,7 +189,7 @@ void Form5::build()
     check1_ = new QCheckBox(QStringLiteral("Always On Top"), this);
     check1_->setObjectName(QStringLiteral("Check1"));
     check1_->setProperty("role", "board");
-    grid->addWidget(check1_, 1, 0, 1, 2);
+    grid->addWidget(check1_, 1, 0, 1, 2, Qt::AlignLeft);
     connectalwaysontop(5, this, check1_);
 }
 
@@ -242,7 +246,6 @@ QWidget* Form5::builddevice(int n)
     for (int b = 7; b >= 0; --b) {
         auto* lamp = new Lamp(b, d.frame);
         lamp->setObjectName(QStringLiteral("dev%1bit%2").arg(n).arg(b));
-        lamp->setlabelcolour(printcolour);
         connect(lamp, &Lamp::pressed, this, [this, n, b] { lamppress(n, b); });
         d.lamps[static_cast<size_t>(b)] = lamp;
         fh->addWidget(lamp);
@@ -320,6 +323,17 @@ QLabel* Form5::label(int n) const
     if (n >= 5 && n <= 8)
         return devices_[idx(n - 4)].caption;
     return n == 9 ? label9_ : label10_;
+}
+
+void Form5::settheme()
+{
+    // The sheet first: the open colours then reach the widgets under it.
+    setStyleSheet(themesheet(QString::fromLatin1(boardstyle)));
+    themewindow(this);
+    const QColor print = themecolor(theme().frametext); // the bit numbers stand on the frames
+    for (const Device& d : devices_)
+        for (Lamp* lamp : d.lamps)
+            lamp->setlabelcolour(print);
 }
 
 // ---------------------------------------------------------------------------------------------

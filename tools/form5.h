@@ -40,6 +40,7 @@ public:
     void refresh(int n);
     void refresh5();
     void devicerefresh(int n, int32_t value) override;
+    void settheme() override;
     // Shows whatever a deferred repaint still owes.
     void flush();
 

@@ -1,5 +1,7 @@
 #include "tools/form5terminal.h"
 
+#include "shell/theme.h"
+
 #include <QEvent>
 #include <QFontDatabase>
 #include <QGlyphRun>
@@ -127,12 +129,22 @@ constexpr int margin = 5;
 struct ConsoleColours {
     QColor back, text, controlback, controltext, c1back, cursor;
 };
-// Control bytes show in reverse: the caret letter in the background colour on a lit cell (amber
-// for 128-159).
-const ConsoleColours litcolours{QColor(0x06, 0x10, 0x09), QColor(0x8c, 0xf5, 0x9e), QColor(0x4f, 0xae, 0x64),
-                                QColor(0x06, 0x10, 0x09), QColor(0xc8, 0x9a, 0x3a), QColor(0x8c, 0xf5, 0x9e, 170)};
-const ConsoleColours darkcolours{QColor(0x15, 0x19, 0x16), QColor(0x63, 0x72, 0x66), QColor(0x3a, 0x46, 0x3d),
-                                 QColor(0x15, 0x19, 0x16), QColor(0x4a, 0x42, 0x30), QColor(0, 0, 0, 0)};
+
+// The console in the pane's text colours. Control bytes show in reverse: the caret letter in the
+// selection's text colour on a cell of the selection colour (128-159 on a cell toward the text
+// colour); switched off, everything dims toward the background.
+ConsoleColours consolecolours(const QPalette& p, bool enabled)
+{
+    const QColor back = p.color(QPalette::Base), text = p.color(QPalette::Text);
+    const QColor cell = p.color(QPalette::Highlight), celltext = p.color(QPalette::HighlightedText);
+    if (enabled) {
+        QColor cursor = text;
+        cursor.setAlpha(170);
+        return {back, text, cell, celltext, mixcolor(cell, text, 0.35), cursor};
+    }
+    const QColor dim = mixcolor(text, back, 0.6);
+    return {back, dim, mixcolor(back, cell, 0.35), back, mixcolor(back, cell, 0.2), Qt::transparent};
+}
 
 } // namespace
 
@@ -249,7 +261,7 @@ void TerminalPane::resizeEvent(QResizeEvent* event)
 void TerminalPane::changeEvent(QEvent* event)
 {
     QAbstractScrollArea::changeEvent(event);
-    if (event->type() == QEvent::EnabledChange)
+    if (event->type() == QEvent::EnabledChange || event->type() == QEvent::PaletteChange)
         viewport()->update();
 }
 
@@ -257,7 +269,7 @@ void TerminalPane::paintEvent(QPaintEvent* event)
 {
     (void)event;
     QPainter p(viewport());
-    const ConsoleColours& c = isEnabled() ? litcolours : darkcolours;
+    const ConsoleColours c = consolecolours(palette(), isEnabled());
     p.fillRect(viewport()->rect(), c.back);
     const std::string* text = text_;
     QList<quint32> glyphs, controls;

@@ -3,6 +3,7 @@
 #include "core/hexutil.h"
 #include "disassembler/disassembler.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/settings.h"
 
@@ -32,6 +33,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 
 namespace kelvane {
@@ -350,6 +352,17 @@ void Form8::functionkey(int key, Qt::KeyboardModifiers mods)
         m.menustep();
     else if (key == Qt::Key_F3 && !start && m.menustop)
         m.menustop();
+}
+
+void Form8::settheme()
+{
+    themewindow(this);
+    const ThemeState& t = theme();
+    for (QLabel* b : b_)
+        setpair(b, t.frameback, t.frametext);
+    for (QWidget* w : std::initializer_list<QWidget*>{Label2_, Text1_, Check1_, Check2_})
+        setpair(w, t.labelback, t.labeltext);
+    setpair(imelabela_, t.valueback, t.valuetext);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -36,6 +36,8 @@ public:
     // Brings the lines and markers up to date and decides whether the PC's line must be brought
     // into view. Cheap when nothing changed: the router calls it after every instruction.
     void drawlines() override;
+    // The form, b1 to b10, Label2, Text1, the check boxes and imelabela in the theme's colours.
+    void settheme() override;
 
     void loadlisting();
     void sortbreakpoints();

@@ -1,6 +1,7 @@
 #include "tools/hexeditorwindow.h"
 
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/portdialogs.h"
 #include "sim/settings.h"
 
@@ -14,6 +15,17 @@
 #include <QVBoxLayout>
 
 namespace kelvane {
+
+namespace {
+
+// The box over its cell: a frame and a tint of the selection colour.
+QString entrysheet()
+{
+    return themesheet(QStringLiteral("QLineEdit#unosbox { border: 1px solid @highlight; color: @basetext;"
+                                     " background: @mix(valueback,highlight,14); padding: 0px; }"));
+}
+
+} // namespace
 
 HexEditorWindow::HexEditorWindow(Tool tool, const QString& caption) : tool_(tool)
 {
@@ -38,12 +50,7 @@ HexEditorWindow::HexEditorWindow(Tool tool, const QString& caption) : tool_(tool
     unosbox_->setFrame(false);
     unosbox_->setContextMenuPolicy(Qt::NoContextMenu);
     unosbox_->setTextMargins(0, 0, 0, 0);
-    // The box over its cell: a frame and a tint of the selection colour.
-    const QColor h = palette().color(QPalette::Highlight), b = palette().color(QPalette::Base);
-    const QColor tint((h.red() + b.red() * 6) / 7, (h.green() + b.green() * 6) / 7, (h.blue() + b.blue() * 6) / 7);
-    unosbox_->setStyleSheet(QStringLiteral("QLineEdit#unosbox { border: 1px solid palette(highlight); "
-                                           "background: %1; padding: 0px; }")
-                                .arg(tint.name()));
+    unosbox_->setStyleSheet(entrysheet());
     unosbox_->hide();
     unosbox_->installEventFilter(this);
 
@@ -92,6 +99,15 @@ void HexEditorWindow::load(QWidget* besidegrid, QWidget* home)
     tabla_->refresh();
     Timer1_->start();
     home_->setFocus();
+}
+
+void HexEditorWindow::settheme()
+{
+    unosbox_->setStyleSheet(entrysheet());
+    themewindow(this);
+    const ThemeState& t = theme();
+    setpair(Check1_, t.labelback, t.labeltext);
+    setpair(Text1_, t.valueback, t.valuetext);
 }
 
 bool HexEditorWindow::entryopen() const

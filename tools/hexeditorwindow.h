@@ -36,6 +36,9 @@ public:
     int entrycolumn() const { return column_; }
     int32_t entryaddress() const { return editaddress_; }
 
+    // The form, Check1 and the header Text1 in the theme's colours.
+    void settheme() override;
+
     // A mouse button let go over the table, at a point in the table's units.
     void tabla_MouseUp(QPointF units);
 

@@ -34,11 +34,11 @@ QColor labelcolour(const QPalette& p)
     return QColor((t.red() * 3 + b.red() * 2) / 5, (t.green() * 3 + b.green() * 2) / 5, (t.blue() * 3 + b.blue() * 2) / 5);
 }
 
-// Every fourth row a faint band, so a row is followed across the table at a glance.
+// Every fourth row a faint band in the alternate row colour, so a row is followed across the
+// table at a glance.
 QColor bandcolour(const QPalette& p)
 {
-    const QColor t = p.color(QPalette::Text), b = p.color(QPalette::Base);
-    return QColor((t.red() + b.red() * 15) / 16, (t.green() + b.green() * 15) / 16, (t.blue() + b.blue() * 15) / 16);
+    return p.color(QPalette::AlternateBase);
 }
 
 constexpr int padleft = 4, padtop = 2, padbottom = 2;

@@ -54,6 +54,8 @@ public:
     // Open without the dialog (also a file handed to the window): false when refused or unreadable.
     bool openpath(const QString& path);
     bool openfile(const QString& path) override { return openpath(path); }
+    // The form, Frame1 and its labels in the theme's colours; the editors keep their own.
+    void settheme() override;
 
     SourceEditor* edittextboxpro1() const { return edit1_; }
     SourceEditor* edittextboxpro2() const { return edit2_; }
@@ -83,6 +85,8 @@ private:
     void buildmenus();
     void setup();
     void setfile(const QString& folder, const QString& name);
+    // The refusals both assemblers share: an untitled window, an empty source.
+    bool readytoassemble();
     void placesplitter();
     void setmenus(bool enabled);
     void setpanes(bool enabled);
