@@ -1,0 +1,53 @@
+#include "shell/ui/shellwindows.h"
+
+#include "shell/ui/form04.h"
+#include "shell/ui/form15.h"
+#include "sim/toolrouter.h"
+
+#include <QAbstractButton>
+#include <QKeyEvent>
+
+namespace kelvane {
+
+namespace {
+
+class EnterClicks : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress) {
+            const int key = static_cast<QKeyEvent*>(event)->key();
+            auto* button = qobject_cast<QAbstractButton*>(watched);
+            if (button && (key == Qt::Key_Return || key == Qt::Key_Enter) && button->isEnabled()) {
+                button->click();
+                return true;
+            }
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+} // namespace
+
+void registershellwindows(ToolRouter& router)
+{
+    router.setfactory(Tool::Form15, [] { return new Form15; });
+    router.setfactory(Tool::Form04, [] { return new Form04; });
+}
+
+void applytheme()
+{
+    toolrouter().settheme();
+}
+
+void buttonsclickonenter(QWidget* window)
+{
+    auto* filter = new EnterClicks(window);
+    for (QAbstractButton* b : window->findChildren<QAbstractButton*>())
+        b->installEventFilter(filter);
+}
+
+} // namespace kelvane
