@@ -283,19 +283,25 @@ QWidget* Form17::buildforms()
     return area;
 }
 
-QGroupBox* Form17::buildframe7()
+Form17::ArgumentFrame Form17::argumentframe(const char* name, const char* labelname, QLabel*& label)
 {
     auto* frame = new QGroupBox(QString::fromLatin1(argumentcaption), this);
-    frame->setObjectName(QStringLiteral("Frame7"));
+    frame->setObjectName(QString::fromLatin1(name));
     auto* layout = new QVBoxLayout(frame);
     auto* namerow = new QHBoxLayout;
     namerow->addWidget(new QLabel(QStringLiteral("Argument:"), frame));
-    arg_ = new QLabel(frame);
-    arg_->setObjectName(QStringLiteral("arg"));
-    arg_->setFont(instructionfont(this, 1.25));
-    namerow->addWidget(arg_);
-    namerow->addStretch(1);
+    label = new QLabel(frame);
+    label->setObjectName(QString::fromLatin1(labelname));
+    label->setFont(instructionfont(this, 1.25));
+    namerow->addWidget(label);
     layout->addLayout(namerow);
+    return {frame, layout, namerow};
+}
+
+QGroupBox* Form17::buildframe7()
+{
+    auto [frame, layout, namerow] = argumentframe("Frame7", "arg", arg_);
+    namerow->addStretch(1);
     auto* grid = new QGridLayout;
     grid->setHorizontalSpacing(24);
     const QFont choicefont = instructionfont(this, 1.25);
@@ -317,15 +323,7 @@ QGroupBox* Form17::buildframe7()
 
 QGroupBox* Form17::buildframe8()
 {
-    auto* frame = new QGroupBox(QString::fromLatin1(argumentcaption), this);
-    frame->setObjectName(QStringLiteral("Frame8"));
-    auto* layout = new QVBoxLayout(frame);
-    auto* namerow = new QHBoxLayout;
-    namerow->addWidget(new QLabel(QStringLiteral("Argument:"), frame));
-    arg2_ = new QLabel(frame);
-    arg2_->setObjectName(QStringLiteral("arg2"));
-    arg2_->setFont(instructionfont(this, 1.25));
-    namerow->addWidget(arg2_);
+    auto [frame, layout, namerow] = argumentframe("Frame8", "arg2", arg2_);
     namerow->addSpacing(16);
     arg3_ = new QLabel(frame);
     arg3_->setObjectName(QStringLiteral("arg3"));
@@ -339,7 +337,6 @@ QGroupBox* Form17::buildframe8()
     arg3_->setMinimumHeight(arg3_->fontMetrics().height() + 10);
     namerow->addWidget(arg3_);
     namerow->addStretch(1);
-    layout->addLayout(namerow);
 
     auto* keypad = new QGridLayout;
     keypad->setSpacing(4);

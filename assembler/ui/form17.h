@@ -16,6 +16,8 @@
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
+class QHBoxLayout;
+class QVBoxLayout;
 class QPushButton;
 class QRadioButton;
 class QScrollBar;
@@ -110,6 +112,13 @@ private:
     void buildcontrols();
     QWidget* buildforms();
     QWidget* buildrows();
+    // A frame that asks for an argument: the caption, "Argument:" and the parameter's name.
+    struct ArgumentFrame {
+        QGroupBox* frame;
+        QVBoxLayout* layout;
+        QHBoxLayout* namerow;
+    };
+    ArgumentFrame argumentframe(const char* name, const char* labelname, QLabel*& label);
     QGroupBox* buildframe7();
     QGroupBox* buildframe8();
     void nextargument();
