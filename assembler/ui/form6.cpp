@@ -481,16 +481,23 @@ void Form6::progress(const std::string& phase, const std::string& line)
     pump();
 }
 
-void Form6::menuassemble_Click()
+bool Form6::readytoassemble()
 {
     if (untitled()) {
         confirm(this, QStringLiteral("Please save the file first."));
-        return;
+        return false;
     }
     if (edit1_->isempty()) {
         confirm(this, QStringLiteral("The editor is empty."));
-        return;
+        return false;
     }
+    return true;
+}
+
+void Form6::menuassemble_Click()
+{
+    if (!readytoassemble())
+        return;
     Busy busy(*this);
     menu5_->setVisible(false);
     edit1_->clearmarks();
@@ -581,14 +588,8 @@ void Form6::menuassembletasm_Click()
         confirm(this, QStringLiteral("TASM assembler not found."));
         return;
     }
-    if (untitled()) {
-        confirm(this, QStringLiteral("Please save the file first."));
+    if (!readytoassemble())
         return;
-    }
-    if (edit1_->isempty()) {
-        confirm(this, QStringLiteral("The editor is empty."));
-        return;
-    }
     Busy busy(*this);
     menu5_->setVisible(false);
     edit2_->cleartext();

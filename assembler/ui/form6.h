@@ -87,6 +87,8 @@ private:
     void setfile(const QString& folder, const QString& name);
     // The refusals both assemblers share: an untitled window, an empty source.
     bool readytoassemble();
+    // The refusals both assemblers share: an untitled window, an empty source.
+    bool readytoassemble();
     void placesplitter();
     void setmenus(bool enabled);
     void setpanes(bool enabled);
