@@ -1,7 +1,7 @@
 // The Interactive Assembler Editor, offscreen with a real QApplication: every instruction form
 // built by clicks and checked by the assembler and the disassembler; walks of clicks and keys
 // from tests/data/form17/scenarios.txt with the files they save; a seeded random walk that
-// checks the window's states after every step; a save into a folder that vanished.
+// checks the window's states after every step.
 #include "assembler/assembler.h"
 #include "assembler/ui/form17.h"
 #include "assembler/ui/form6.h"
@@ -12,7 +12,6 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QProcess>
@@ -395,26 +394,6 @@ TEST_F(Form17Test, RandomClicksAndKeysKeepOneStateAndAWayOn)
     }
     for (int i = 0; i < 5; ++i) // the walk went everywhere
         EXPECT_GT(visits[static_cast<size_t>(i)], 40) << states[i].name;
-}
-
-// ---- A folder that vanished under the save dialog. ----
-
-TEST_F(Form17Test, ASaveIntoAVanishedFolderSaysSoAndKeepsTheRows)
-{
-    pickform("NOP");
-    w->command_append()->click();
-    const QString folder = path("gone");
-    QDir().mkpath(folder);
-    driver->on<QFileDialog>([folder](QFileDialog* f) {
-        f->selectFile(folder + "/p.asm");
-        QDir(folder).removeRecursively();
-        static_cast<QDialog*>(f)->accept();
-    });
-    w->command_save_Click();
-    ASSERT_EQ(driver->texts.size(), 1u);
-    EXPECT_FALSE(driver->texts.back().isEmpty());
-    EXPECT_EQ(w->listing().rowtext[1], "NOP");
-    EXPECT_TRUE(w->command_save()->isEnabled());
 }
 
 } // namespace
