@@ -5,6 +5,7 @@
 #include "basic/ui/form12.h"
 #include "disassembler/ui/form9.h"
 #include "modules/modules.h"
+#include "shell/ui/form60.h"
 #include "sim/toolrouter.h"
 #include "tools/form2.h"
 #include "tools/form20.h"
@@ -28,6 +29,7 @@ void registerwindows()
     r.setfactory(Tool::Form8, [] { return new Form8; });
     r.setfactory(Tool::Form16, [] { return new Form16; });
     r.setfactory(Tool::Form17, [] { return new Form17; });
+    r.setfactory(Tool::Form60, [] { return new Form60; });
     registermodules(r);
 }
 

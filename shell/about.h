@@ -4,15 +4,14 @@
 //
 // Interface: showabout(parent) from the Help menu; abouttext() is the text it shows.
 #pragma once
+#include "shell/website.h"
+
 #include <QString>
 #include <QWidget>
 
 class QPlainTextEdit;
 
 namespace kelvane {
-
-// The web site the About text names (a setting of the team, shared with the update check).
-inline constexpr const char* websitename = "kelvane.example.org";
 
 QString abouttext();
 

@@ -14,6 +14,9 @@ int main(int argc, char** argv)
     qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
     qputenv("XDG_DATA_HOME", folder.path().toUtf8());
     qputenv("XDG_RUNTIME_DIR", folder.path().toUtf8());
+    // No window test reaches outside the machine: the update check asks a loopback port where
+    // nothing listens, unless a test names its own server.
+    qputenv("KELVANE_UPDATE_HOST", "127.0.0.1:9");
     QApplication app(argc, argv);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
