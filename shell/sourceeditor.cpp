@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -314,8 +315,9 @@ void SourceEditor::formattext()
     if (lang == nullptr || lang->formatter == nullptr || isReadOnly())
         return;
     const std::string before = textbytes();
-    const std::string after = lang->blocks != nullptr ? formatblocktext(before, lang->formatter, lang->blocks)
-                                                      : formattextlines(before, lang->formatter);
+    const auto format = [this](std::string_view line) { return formatline(line); };
+    const std::string after = lang->blocks != nullptr ? formatblocktext(before, format, lang->blocks)
+                                                      : formattextlines(before, format);
     if (after == before)
         return;
     const std::vector<int> marks = markedlines();
@@ -499,8 +501,8 @@ void SourceEditor::setfontname(const QString& name)
 
 void SourceEditor::setfontsize(int points)
 {
-    if (points > 0)
-        font_.setPointSize(points);
+    // A size no one could read or that would fill the screen with a character shows at 10.
+    font_.setPointSize(points >= 4 && points <= 200 ? points : 10);
     applystyles();
 }
 
@@ -530,6 +532,54 @@ void SourceEditor::settabsize(int columns)
 void SourceEditor::setwheelstep(int lines)
 {
     wheelstep_ = std::max(1, lines);
+}
+
+void SourceEditor::setprocseparatorwidth(int characters)
+{
+    procseparator_ = std::max(0, characters);
+    viewport()->update();
+}
+
+std::string SourceEditor::formatline(std::string_view line) const
+{
+    const LanguageMode* lang = language();
+    if (lang == nullptr || lang->formatter == nullptr)
+        return std::string(line);
+    std::string out = lang->formatter(line);
+    if (commentspace_ > 0 && lang->styler != nullptr)
+        out = spacecomment(out, lang->styler, keywords_, commentspace_);
+    return out;
+}
+
+void SourceEditor::paintEvent(QPaintEvent* e)
+{
+    QsciScintilla::paintEvent(e);
+    const LanguageMode* lang = language();
+    if (procseparator_ <= 0 || lang == nullptr || lang->styler == nullptr)
+        return;
+    // The separators over the text, never over the margins.
+    int margins = 0;
+    for (unsigned long m = 0; m < 5; ++m)
+        margins += static_cast<int>(SendScintilla(SCI_GETMARGINWIDTHN, m));
+    QPainter p(viewport());
+    p.setClipRect(QRect(margins, 0, viewport()->width() - margins, viewport()->height()));
+    p.setPen(QPen(color(EditorColor::linenumberstext), 1));
+    const int length = static_cast<int>(SendScintilla(SCI_TEXTWIDTH, static_cast<unsigned long>(styledefault), "0")) *
+                       procseparator_;
+    const long first = SendScintilla(SCI_GETFIRSTVISIBLELINE);
+    const long last = std::min(SendScintilla(SCI_GETLINECOUNT), first + SendScintilla(SCI_LINESONSCREEN) + 1);
+    for (long l = first; l < last; ++l) {
+        QByteArray bytes = text(static_cast<int>(l)).toUtf8();
+        while (bytes.endsWith('\n') || bytes.endsWith('\r'))
+            bytes.chop(1);
+        if (!beginswithlabel(std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())), lang->styler,
+                             keywords_))
+            continue;
+        const long start = SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(l));
+        const int x = static_cast<int>(SendScintilla(SCI_POINTXFROMPOSITION, 0UL, start));
+        const int y = static_cast<int>(SendScintilla(SCI_POINTYFROMPOSITION, 0UL, start));
+        p.drawLine(x, y, x + length - 1, y);
+    }
 }
 
 void SourceEditor::setundolevels(int levels)

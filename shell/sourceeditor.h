@@ -20,6 +20,7 @@
 #include <QColor>
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -125,11 +126,22 @@ public:
     // when it ends, outside strings and comments. Text that is loaded or pasted stays as it is.
     void setautocaseenabled(bool on) { autocase_ = on; }
     bool autocaseenabled() const { return autocase_; }
+    // Comment space: the blanks that Format Text and auto format leave between a statement and
+    // its comment; 0 leaves the language's own spacing.
+    void setcommentspace(int blanks) { commentspace_ = std::max(0, blanks); }
+    int commentspace() const { return commentspace_; }
+    // Procedure separator: a thin line in the line-number text colour above each line that begins
+    // with a line label, this many characters of the editor's font long; 0 draws none.
+    void setprocseparatorwidth(int characters);
+    int procseparatorwidth() const { return procseparator_; }
+    // A line as Format Text leaves it (the language's formatter, then the comment space).
+    std::string formatline(std::string_view line) const;
 
 protected:
     bool event(QEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void wheelEvent(QWheelEvent* e) override;
+    void paintEvent(QPaintEvent* e) override;
 
 private:
     friend class SourceLexer;
@@ -157,6 +169,8 @@ private:
     int undone_ = 0;
     bool autoformat_ = false;
     bool autocase_ = false;
+    int commentspace_ = 0;
+    int procseparator_ = 0;
     int margindigits_ = 0;
     size_t styledbytes_ = 0;
 };

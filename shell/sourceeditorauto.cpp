@@ -82,7 +82,7 @@ bool SourceEditor::autoformatenter()
     for (long l = line - 1; l >= 0; --l) {
         const long from = SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(l));
         const long to = SendScintilla(SCI_GETLINEENDPOSITION, static_cast<unsigned long>(l));
-        const std::string body = lang->formatter(textrange(*this, from, to));
+        const std::string body = formatline(textrange(*this, from, to));
         if (body.empty())
             continue;
         level = static_cast<int>(SendScintilla(SCI_GETLINEINDENTATION, static_cast<unsigned long>(l))) / tab +
@@ -102,8 +102,8 @@ bool SourceEditor::autoformatenter()
             ++at;
         return out;
     };
-    const std::string head = place(lang->formatter(textrange(*this, start, caret)), level);
-    const std::string tailbody = lang->formatter(textrange(*this, caret, end));
+    const std::string head = place(formatline(textrange(*this, start, caret)), level);
+    const std::string tailbody = formatline(textrange(*this, caret, end));
     int tailat = level;
     if (!tailbody.empty() && lang->blocks(tailbody).closes && tailat > 0)
         --tailat;

@@ -1,6 +1,7 @@
 #include "shell/sourceeditorlanguage.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace kelvane {
 
@@ -162,10 +163,11 @@ std::string formattextlines(std::string_view text, const std::function<std::stri
     return out;
 }
 
-std::string formatblocktext(std::string_view text, LineFormatter format, BlockReader blocks)
+std::string formatblocktext(std::string_view text, const std::function<std::string(std::string_view)>& format,
+                            BlockReader blocks)
 {
     int level = 0;
-    return formattextlines(text, [&level, format, blocks](std::string_view line) {
+    return formattextlines(text, [&level, &format, blocks](std::string_view line) {
         std::string body = format(line);
         if (body.empty())
             return body;
@@ -178,6 +180,55 @@ std::string formatblocktext(std::string_view text, LineFormatter format, BlockRe
             ++level;
         return out;
     });
+}
+
+namespace {
+
+std::vector<uint8_t> linestyles(std::string_view line, LineStyler styler, const KeywordSet& keywords)
+{
+    std::vector<uint8_t> styles(line.size(), styledefault);
+    if (styler != nullptr && !line.empty())
+        styler(line, keywords, styles.data());
+    return styles;
+}
+
+bool blank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+} // namespace
+
+std::string spacecomment(std::string_view line, LineStyler styler, const KeywordSet& keywords, int blanks)
+{
+    const std::vector<uint8_t> styles = linestyles(line, styler, keywords);
+    const auto comment = std::find(styles.begin(), styles.end(), stylecomment);
+    if (comment == styles.end())
+        return std::string(line);
+    const auto at = static_cast<size_t>(comment - styles.begin());
+    size_t end = at;
+    while (end > 0 && blank(line[end - 1]))
+        --end;
+    if (end == 0)
+        return std::string(line);
+    std::string out(line.substr(0, end));
+    out.append(static_cast<size_t>(std::max(0, blanks)), ' ');
+    out.append(line.substr(at));
+    return out;
+}
+
+bool beginswithlabel(std::string_view line, LineStyler styler, const KeywordSet& keywords)
+{
+    size_t start = 0;
+    while (start < line.size() && blank(line[start]))
+        ++start;
+    size_t end = start;
+    while (end < line.size() && !blank(line[end]))
+        ++end;
+    if (end == start || line[end - 1] != ':')
+        return false;
+    const std::vector<uint8_t> styles = linestyles(line, styler, keywords);
+    return styles[end - 1] != stylecomment && styles[end - 1] != stylestring;
 }
 
 } // namespace kelvane

@@ -81,6 +81,15 @@ std::string formattextlines(std::string_view text, const std::function<std::stri
 
 // Format Text of a language with blocks: each line through the formatter, then indented by one
 // tab for each block it stands in; an empty line stays empty.
-std::string formatblocktext(std::string_view text, LineFormatter format, BlockReader blocks);
+std::string formatblocktext(std::string_view text, const std::function<std::string(std::string_view)>& format,
+                            BlockReader blocks);
+
+// A line with `blanks` blanks between its statement and its comment (the first byte the styler
+// gives the comment style); a line without a comment, or with nothing before it, stays as it is.
+std::string spacecomment(std::string_view line, LineStyler styler, const KeywordSet& keywords, int blanks);
+
+// A line that begins with a line label: its first word, after blanks, ends in ":" outside a
+// comment or string.
+bool beginswithlabel(std::string_view line, LineStyler styler, const KeywordSet& keywords);
 
 } // namespace kelvane

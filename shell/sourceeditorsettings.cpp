@@ -161,14 +161,16 @@ void applycompilereditor(SourceEditor& editor)
     editor.setlinenumbersenabled(c.linenumbersenabled != 0);
     editor.setautoformatenabled(c.autoformatenabled != 0);
     editor.setautocaseenabled(c.autocaseenabled != 0);
+    editor.setcommentspace(c.commentspace);
     editor.settabsize(c.tabsize);
+    editor.setprocseparatorwidth(c.procseparatorwidth);
     editor.setwheelstep(c.wheelstep);
     editor.setundolevels(c.undolevels);
 }
 
 QFont editorfont(const QString& family, int pointsize)
 {
-    const int size = pointsize > 0 ? pointsize : 10;
+    const int size = pointsize >= 4 && pointsize <= 200 ? pointsize : 10;
     if (!family.isEmpty() && QFontDatabase::hasFamily(family))
         return QFont(family, size);
     QFont fixed(QStringLiteral("DejaVu Sans Mono"), size);

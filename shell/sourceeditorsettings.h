@@ -46,12 +46,11 @@ void defaulteditorsettings();
 
 // loadeditorsettings, then the fourteen "A " properties on the editor, in their order.
 void applyassemblereditor(SourceEditor& editor);
-// loadeditorsettings, then the "C " properties on the editor, in their order. Comment space and
-// procedure separator width are read but the editor has no use for them yet.
+// loadeditorsettings, then the twenty "C " properties on the editor, in their order.
 void applycompilereditor(SourceEditor& editor);
 
 // The family at the size in points if it is installed; otherwise a font that is really
-// fixed-pitch ("DejaVu Sans Mono" here, or the system's fixed font).
+// fixed-pitch ("DejaVu Sans Mono" here, or the system's fixed font). A size outside 4-200 is 10.
 QFont editorfont(const QString& family, int pointsize);
 
 } // namespace kelvane

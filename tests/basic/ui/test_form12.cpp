@@ -101,7 +101,8 @@ TEST_F(Form12Test, TypingSetsKeywordCaseAndIndents)
     const QString file = "dim x as integer\r\n  While b\r\nx  =  1\r\nPrint 1,  \"a  b\"   ' note\r\nwend\r\nWend\r\n";
     named("lower.bas", file.toUtf8());
     w->menuformat_Click();
-    EXPECT_EQ(text(), "dim x as integer\r\nWhile b\r\n\tx = 1\r\n\tPrint 1, \"a  b\" ' note\r\n\twend\r\nWend\r\n");
+    // The comment stands "C Comment Space" (2) blanks behind its statement.
+    EXPECT_EQ(text(), "dim x as integer\r\nWhile b\r\n\tx = 1\r\n\tPrint 1, \"a  b\"  ' note\r\n\twend\r\nWend\r\n");
     test::saveshot(w, "form12-formatted");
     w->menuundo_Click();
     EXPECT_EQ(text(), file);
