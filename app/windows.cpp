@@ -6,6 +6,7 @@
 #include "disassembler/ui/form9.h"
 #include "modules/modules.h"
 #include "shell/ui/form60.h"
+#include "shell/ui/shellwindows.h"
 #include "sim/toolrouter.h"
 #include "tools/form2.h"
 #include "tools/form20.h"
@@ -31,6 +32,7 @@ void registerwindows()
     r.setfactory(Tool::Form17, [] { return new Form17; });
     r.setfactory(Tool::Form60, [] { return new Form60; });
     registermodules(r);
+    registershellwindows(r);
 }
 
 } // namespace kelvane
