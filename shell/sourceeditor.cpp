@@ -487,7 +487,10 @@ void SourceEditor::setlanguagemode(int mode)
 
 int SourceEditor::styleat(int position)
 {
-    SendScintilla(SCI_COLOURISE, 0UL, static_cast<long>(position + 1));
+    // Styled on from where styling stands (colouring from 0 would style the whole text anew).
+    const long styled = SendScintilla(SCI_GETENDSTYLED);
+    if (position >= styled)
+        SendScintilla(SCI_COLOURISE, static_cast<unsigned long>(styled), static_cast<long>(position + 1));
     return static_cast<int>(SendScintilla(SCI_GETSTYLEAT, static_cast<unsigned long>(position)));
 }
 
