@@ -4,8 +4,8 @@
 #include "sim/instancelock.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QThread>
 #include <QVariantList>
@@ -30,7 +30,7 @@ bool AppBus::publish()
 
 void AppBus::openfile(const QString& path)
 {
-    handedfiles().open(path);
+    handedfiles().open(handedpath(path, QDir::currentPath())); // a caller may send a "file:" URL
 }
 
 void AppBus::raise()

@@ -21,13 +21,13 @@ constexpr int objfilterindex = 1;
 constexpr int allfilesfilterindex = 3;
 
 const std::array<HandedKind, 7> handedkinds = {{
-    {".hex", HandedAs::program, hexfilterindex, Tool::Form8},
-    {".obj", HandedAs::program, objfilterindex, Tool::Form8},
+    {".hex", HandedAs::program, hexfilterindex, Tool{}},
+    {".obj", HandedAs::program, objfilterindex, Tool{}},
     {".asm", HandedAs::window, 0, Tool::Form6},
     {".bas", HandedAs::window, 0, Tool::Form12},
     {".log", HandedAs::window, 0, Tool::Form16},
     {".lst", HandedAs::listing, 0, Tool::Form8},
-    {"", HandedAs::program, allfilesfilterindex, Tool::Form8},
+    {"", HandedAs::program, allfilesfilterindex, Tool{}},
 }};
 
 // The programs a listing may have been made with, in the order they are looked for.

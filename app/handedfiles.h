@@ -22,7 +22,7 @@ struct HandedKind {
     const char* ending; // lower case, with its dot; empty for any other ending
     HandedAs as;
     int filterindex;    // program: the Load Program filter whose format reads it (1 .obj, 2 .hex, 3 all)
-    Tool tool;          // window and listing: the window that shows it
+    Tool tool;          // window and listing: the window that shows it (none for a program)
 };
 
 // The kind of a file by its ending, in any case; a file of any other ending loads as Load Program

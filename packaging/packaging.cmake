@@ -74,6 +74,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://kelvane.example.org/")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The one thing the libraries don't tell: the window system's plugin, which Qt loads at start.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
 # What the example modules and the automation script in Python use.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3-dbus, python3-gi, gir1.2-gtk-3.0")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

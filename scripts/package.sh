@@ -9,7 +9,7 @@ build=${KELVANE_BUILD_DIR:-$root/build}
 "$root/scripts/install-deps.sh"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
       -DCMAKE_C_COMPILER="${CC:-clang}" -DCMAKE_CXX_COMPILER="${CXX:-clang++}" "$@"
-cmake --build "$build" -j "$(nproc)"
+cmake --build "$build" -j "$(nproc)" --target kelvane kelvane-cli kelvane_packagefiles
 rm -f "$build"/package/kelvane_*.deb
 cpack -G DEB -B "$build/package" --config "$build/CPackConfig.cmake"
 deb=$(ls "$build"/package/kelvane_*_amd64.deb)

@@ -2,7 +2,8 @@
 // of the process. The kernel drops the lock when the process ends in any way, so the file that a
 // crashed run leaves behind never blocks the next start.
 //
-// Interface for the process entry:  if (!kelvane::acquireinstancelock()) return 0;  // no message
+// Interface for the process entry:  if (!kelvane::acquireinstancelock()) ...hand the files to the
+// running one and end (app/appbus.h).
 #pragma once
 #include <string>
 
