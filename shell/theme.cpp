@@ -477,10 +477,20 @@ void themewindow(QWidget* window)
     QPalette bar = p;
     bar.setColor(QPalette::ButtonText, p.color(QPalette::WindowText));
     bar.setColor(QPalette::Disabled, QPalette::ButtonText, p.color(QPalette::Disabled, QPalette::WindowText));
+    // A menu is shaded from its base colour: it takes the buttons' pair, which keeps the margin.
+    QPalette menu = p;
+    for (auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        menu.setColor(group, QPalette::Base, p.color(group, QPalette::Button));
+        menu.setColor(group, QPalette::Window, p.color(group, QPalette::Button));
+        menu.setColor(group, QPalette::Text, p.color(group, QPalette::ButtonText));
+        menu.setColor(group, QPalette::WindowText, p.color(group, QPalette::ButtonText));
+    }
     // Under a sheet, labels and frames take their colours from its rules (or from their pair).
     for (QWidget* w : all) {
         if (qobject_cast<QMenuBar*>(w))
             w->setPalette(bar);
+        else if (qobject_cast<QMenu*>(w))
+            w->setPalette(menu);
         else if (w->isWindow())
             w->setPalette(p);
         else if (!editortext(w) && !qobject_cast<QLabel*>(w) && !qobject_cast<QGroupBox*>(w) &&

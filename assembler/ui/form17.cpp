@@ -3,6 +3,7 @@
 #include "assembler/ui/sourcefiles.h"
 #include "progfiles/safewrite.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "shell/sourceeditorsettings.h"
 #include "sim/settings.h"
 
@@ -138,8 +139,15 @@ Form17::~Form17()
 
 void Form17::settheme()
 {
-    // The theme's colours for Frame0 to Frame8, Check1, Label1 and Label2 come with the themes;
-    // until then the window keeps the desktop's palette.
+    themewindow(this);
+    const ThemeState& t = theme();
+    // The forms' captions and descriptions stand on the frames in the frames' colours.
+    for (QGroupBox* f : frames_)
+        setpair(f, t.frameback, t.frametext);
+    setpair(Check1_, t.labelback, t.labeltext);
+    setpair(Label1_, t.valueback, t.valuetext);
+    setpair(Label2_, t.valueback, t.valuetext);
+    showmode();
 }
 
 void Form17::buildcontrols()
@@ -577,8 +585,10 @@ void Form17::showmode()
         const bool active = entry_.numbermode == key - keyhex;
         b->setChecked(active);
         QPalette colours;
-        if (active)
+        if (active) {
             colours.setColor(QPalette::Button, modecolor);
+            colours.setColor(QPalette::ButtonText, readabletext(modecolor, Qt::black));
+        }
         b->setPalette(colours);
     }
 }

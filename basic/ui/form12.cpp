@@ -6,6 +6,7 @@
 #include "shell/printing.h"
 #include "shell/sourceeditor.h"
 #include "shell/sourceeditorsettings.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
@@ -91,6 +92,11 @@ Form12::Form12()
 Form12::~Form12()
 {
     unload();
+}
+
+void Form12::settheme()
+{
+    themewindow(this);
 }
 
 void Form12::buildmenus()

@@ -43,8 +43,8 @@ public:
     // Open without the dialog: false (text and caption kept) when the file can't be read.
     bool openpath(const QString& path);
     bool openfile(const QString& path) override { return openpath(path); }
-    // The window's colours stay the editor's own; the theme adds nothing here yet.
-    void settheme() override {}
+    // The form and its menus in the theme's colours; the editor keeps the colours of its settings.
+    void settheme() override;
 
     SourceEditor* edittextboxpro1() const { return edit1_; }
     QAction* action(const char* name) const;

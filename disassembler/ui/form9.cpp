@@ -6,6 +6,7 @@
 #include "shell/messages.h"
 #include "shell/printing.h"
 #include "shell/sourceeditorsettings.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
@@ -155,6 +156,16 @@ void Form9::pump()
 }
 
 // ---- File. ----
+
+void Form9::settheme()
+{
+    themewindow(this);
+    const ThemeState& t = theme();
+    setpair(label2_, t.labelback, t.labeltext);
+    setpair(frame1_, t.labelback, t.labeltext);
+    for (QLabel* l : {label1_, poruka1_, poruka2_})
+        setpair(l, t.valueback, t.valuetext);
+}
 
 void Form9::menuopen_Click()
 {

@@ -39,8 +39,8 @@ public:
     // Load Program after its dialog: the path and the filter index (1 binary image, 2 Intel
     // HEX, 3 all files, read as a binary image). True when the program was taken.
     bool loadprogram(const QString& path, int filterindex);
-    // The window's colours come with the themes; nothing to do yet.
-    void settheme() override {}
+    // The form, Label2 and Frame1 in the label colours, Label1 and the messages in the value colours.
+    void settheme() override;
 
     QLabel* label1() const { return label1_; }
     QLabel* label2() const { return label2_; }

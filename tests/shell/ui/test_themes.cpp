@@ -76,7 +76,11 @@ const Named namedcontrols[] = {
     {"Form3", "Text1", value},       {"Form4", "Text1", value},          {"Form03", "Text1", value},
     {"Form10", "Check1", label},     {"Form10", "Label2", value},        {"Form10", "Text1", value},
     {"Form19", "Label1", value},     {"Form18", "Check1", label},        {"Form6", "Frame1", label},
-    {"Form6", "Label1", value},
+    {"Form6", "Label1", value},      {"Form9", "Label2", label},         {"Form9", "Frame1", label},
+    {"Form9", "Label1", value},      {"Form9", "poruka1", value},        {"Form17", "Frame0", frame},
+    {"Form17", "Frame8", frame},     {"Form17", "polje0", frame},        {"Form17", "Check1", label},
+    {"Form17", "Label1", value},     {"Form17", "Label2", value},        {"Form60", "tabla", frame},
+    {"Form60", "mystatus", value},
 };
 
 QRgb backof(const Row& r, Pair p)
@@ -108,12 +112,16 @@ struct Windows {
         form->show();
         form->loadprogramfile(QString::fromStdString(folder.put("t.obj", std::string("\x31\x00\x20\x76", 4))));
         test::BoxCloser boxes; // the Breakpoints Manager tells how it makes its listing
-        for (Tool t : {Tool::Form2, Tool::Form5, Tool::Form6, Tool::Form8, Tool::Form16, Tool::Form20, Tool::Form21,
-                       Tool::Form15, Tool::Form04})
+        for (Tool t : {Tool::Form2, Tool::Form5, Tool::Form6, Tool::Form8, Tool::Form9, Tool::Form12, Tool::Form16,
+                       Tool::Form17, Tool::Form20, Tool::Form21, Tool::Form15, Tool::Form04, Tool::Form60})
             toolrouter().show(t);
         showhelp(form.get());
-        // The progress frame of the Assembler shows only while it assembles.
-        window("Form6")->findChild<QWidget*>("Frame1")->show();
+        // The progress frames of the Assembler and the Disassembler, and the argument frame of the
+        // Interactive Assembler, show only at their time.
+        for (const char* w : {"Form6", "Form9"})
+            window(w)->findChild<QWidget*>("Frame1")->show();
+        for (const char* f : {"Frame0", "Frame8"})
+            window("Form17")->findChild<QWidget*>(f)->show();
         reopen();
     }
     static QWidget* window(const QString& name)
@@ -185,7 +193,7 @@ TEST_P(ThemePairs, NamedControlsShowTheirPairs)
             EXPECT_GT(picture->count(area, foreof(row, n.pair), 24), 0) << n.window << " " << n.control;
     }
     // Every form in windowback.
-    for (const char* name : {"Form2", "Form5", "Form8", "Form16", "Form21", "Form15", "Form10", "Form18"}) {
+    for (const char* name : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"}) {
         const Picture picture(Windows::window(QString::fromLatin1(name)));
         EXPECT_EQ(picture.pixel(1, picture.image.height() - 2), row[0]) << name;
     }
@@ -250,9 +258,15 @@ TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
         const ThemeColors* c = themecolors(name);
         const uint32_t own[] = {c->windowback, c->frameback, c->frametext, c->labelback, c->labeltext, c->valueback,
                                 c->valuetext,  c->fixedback, c->fixedtext, c->noteback,  c->notetext};
+        // A menu of the main window, open.
+        auto* menu = Windows::window("Form1")->findChild<QMenu*>("menu1");
+        menu->popup(QPoint(0, 0));
+        QCoreApplication::processEvents();
         for (QWidget* window : QApplication::topLevelWidgets()) {
             if (!window->isVisible())
                 continue;
+            if (window == menu)
+                EXPECT_GE(textcontrast(Picture(menu), menu->rect()), 4.5) << name << " menu";
             Picture picture(window);
             test::saveshot(window, QString::fromLatin1(name) + QLatin1Char('-') + window->objectName());
             // The editors keep their own colours: their part is left out.
@@ -286,6 +300,7 @@ TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
                     EXPECT_GE(textcontrast(picture, picture.area(window->findChild<QWidget*>(control))), 4.5)
                         << name << " " << win << " " << control;
         }
+        menu->hide();
     }
 }
 
