@@ -3,7 +3,7 @@
 // after each as the socket would; `socket` sends the page from a thread over loopback in pieces of
 // PIECE bytes. Prints how often the status line repainted and its longest pause while the answer
 // came, its final text, and how long the end (header cut, parse, the log shown) took.
-// usage: kelvane_bench_updates pieces|socket [MEGABYTES] [PIECE]
+// usage: kelvane_bench_updates pieces|socket [MEGABYTES] [PIECE] [log|lines|line]
 #include "bench/gui/measure.h"
 #include "shell/ui/form60.h"
 #include "shell/ui/versionlog.h"
@@ -32,10 +32,15 @@ using namespace kelvane;
 
 namespace {
 
-// The answer: headers, then log entries with tags, "&nbsp;", runs of blanks and of line ends.
-QByteArray logpage(qsizetype size)
+// The answer: headers, then log entries with tags, "&nbsp;", runs of blanks and of line ends;
+// or ("lines") one-character lines; or ("line") one line without a blank.
+QByteArray logpage(qsizetype size, const std::string& kind)
 {
     QByteArray page = "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n\r\n<html><body>\r\n";
+    if (kind == "lines" || kind == "line") {
+        page += "News in 2.56\r\n";
+        page += QByteArray(kind == "lines" ? "a\r\n" : "x").repeated((size - page.size()) / (kind == "lines" ? 3 : 1) + 1);
+    }
     for (int n = 0; page.size() < size; ++n)
         page += "<p><b>News in 2." + QByteArray::number(99 - n % 50) + "</b>   </p>\r\n<ul>\r\n   <li>Fixed&nbsp;the   fault number " +
                 QByteArray::number(n) + " in the   assembler.</li>  \r\n</ul>\r\n\r\n\r\n";
@@ -97,7 +102,7 @@ int main(int argc, char** argv)
     const std::string mode = argc > 1 ? argv[1] : "pieces";
     const double megabytes = argc > 2 ? std::atof(argv[2]) : 5.0;
     const qsizetype piece = argc > 3 ? std::max(1, std::atoi(argv[3])) : 1;
-    const QByteArray page = logpage(static_cast<qsizetype>(megabytes * 1024 * 1024));
+    const QByteArray page = logpage(static_cast<qsizetype>(megabytes * 1024 * 1024), argc > 4 ? argv[4] : "log");
 
     // Either a server of Qt's that only takes the request (pieces) or the sending thread (socket).
     QTcpServer holder;

@@ -6,12 +6,12 @@ namespace {
 
 constexpr std::string_view crlf = "\r\n";
 
-bool blankrun(std::string_view text, size_t at, size_t& end)
+// Where the run of blanks that starts at `at` ends (`at` itself when there is none).
+size_t blanksend(std::string_view text, size_t at)
 {
-    end = at;
-    while (end < text.size() && text[end] == ' ')
-        ++end;
-    return end > at;
+    while (at < text.size() && text[at] == ' ')
+        ++at;
+    return at;
 }
 
 bool crlfat(std::string_view text, size_t at)
@@ -36,85 +36,71 @@ std::string droptags(std::string_view text)
     return out;
 }
 
-// Every occurrence of `word`, found left to right without overlap, removed.
-std::string dropword(std::string_view text, std::string_view word)
+// One pass over the text: at each place `step` may write what it makes of what stands there and
+// return where it stopped reading; where it reads nothing, the character is copied.
+template <typename Step>
+std::string onepass(std::string_view text, Step step)
 {
     std::string out;
     out.reserve(text.size());
-    size_t at = 0;
-    for (size_t hit = text.find(word); hit != std::string_view::npos; hit = text.find(word, at)) {
-        out.append(text.substr(at, hit - at));
-        at = hit + word.size();
+    for (size_t i = 0; i < text.size();) {
+        const size_t next = step(i, out);
+        if (next > i)
+            i = next;
+        else
+            out += text[i++];
     }
-    out.append(text.substr(at));
     return out;
+}
+
+// Every occurrence of `word`, found left to right without overlap, removed.
+std::string dropword(std::string_view text, std::string_view word)
+{
+    return onepass(text, [&](size_t i, std::string&) { return text.substr(i, word.size()) == word ? i + word.size() : i; });
 }
 
 // Runs of blanks become one blank.
 std::string oneblank(std::string_view text)
 {
-    std::string out;
-    out.reserve(text.size());
-    for (char c : text)
-        if (c != ' ' || out.empty() || out.back() != ' ')
-            out += c;
-    return out;
+    return onepass(text, [&](size_t i, std::string& out) {
+        const size_t end = blanksend(text, i);
+        if (end > i)
+            out += ' ';
+        return end;
+    });
 }
 
 // Blanks right before a line end removed (all of a run, as repeated replacing would).
 std::string noblankbeforecrlf(std::string_view text)
 {
-    std::string out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size();) {
-        size_t end = i;
-        if (blankrun(text, i, end)) {
-            if (!crlfat(text, end))
-                out.append(text.substr(i, end - i));
-            i = end;
-        } else {
-            out += text[i++];
-        }
-    }
-    return out;
+    return onepass(text, [&](size_t i, std::string& out) {
+        const size_t end = blanksend(text, i);
+        if (!crlfat(text, end))
+            out.append(text.substr(i, end - i));
+        return end;
+    });
 }
 
 // Blanks right after a line end removed.
 std::string noblankaftercrlf(std::string_view text)
 {
-    std::string out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size();) {
-        if (crlfat(text, i)) {
-            out.append(crlf);
-            i += 2;
-            while (i < text.size() && text[i] == ' ')
-                ++i;
-        } else {
-            out += text[i++];
-        }
-    }
-    return out;
+    return onepass(text, [&](size_t i, std::string& out) {
+        if (!crlfat(text, i))
+            return i;
+        out.append(crlf);
+        return blanksend(text, i + 2);
+    });
 }
 
 // A run of three or more line ends becomes two.
 std::string atmosttwocrlf(std::string_view text)
 {
-    std::string out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size();) {
-        if (crlfat(text, i)) {
-            int run = 0;
-            while (crlfat(text, i)) {
-                if (++run <= 2)
-                    out.append(crlf);
-                i += 2;
-            }
-        } else {
-            out += text[i++];
-        }
-    }
-    return out;
+    return onepass(text, [&](size_t i, std::string& out) {
+        for (int run = 1; crlfat(text, i); ++run, i += 2)
+            if (run <= 2)
+                out.append(crlf);
+        return i;
+    });
 }
 
 } // namespace
