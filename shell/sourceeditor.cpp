@@ -567,8 +567,9 @@ void SourceEditor::paintEvent(QPaintEvent* e)
     QPainter p(viewport());
     p.setClipRect(QRect(margins, 0, viewport()->width() - margins, viewport()->height()));
     p.setPen(QPen(color(EditorColor::linenumberstext), 1));
-    const int length = static_cast<int>(SendScintilla(SCI_TEXTWIDTH, static_cast<unsigned long>(styledefault), "0")) *
-                       procseparator_;
+    const std::string characters(static_cast<size_t>(procseparator_), '0');
+    const int length =
+        static_cast<int>(SendScintilla(SCI_TEXTWIDTH, static_cast<unsigned long>(styledefault), characters.c_str()));
     const long first = SendScintilla(SCI_GETFIRSTVISIBLELINE);
     const long last = std::min(SendScintilla(SCI_GETLINECOUNT), first + SendScintilla(SCI_LINESONSCREEN) + 1);
     for (long l = first; l < last; ++l) {

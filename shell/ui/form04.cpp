@@ -296,7 +296,7 @@ void Form04::numberclick(int32_t& value, int low, int high)
 void Form04::themeclick(bool assembler)
 {
     bool ok = false;
-    const QString answer = inputbox(this, editorthemeprompt(), QString(), &ok);
+    const QString answer = inputbox(this, displaytext(editorthemeprompt()), QString(), &ok);
     const auto n = rangedanswer(ok, answer, 1, editorthemecount);
     if (!n)
         return;

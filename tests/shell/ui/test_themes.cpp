@@ -17,6 +17,7 @@
 #include "sim/settings.h"
 #include "sim/toolrouter.h"
 
+#include <QTest>
 #include <QtWidgets>
 
 #include "tests/common/dialogdriver.h"
@@ -49,6 +50,8 @@ const std::map<std::string, Row> typed = {
                 0x890000}},
     {"Winamp Old", {0x494965, 0x2E2E40, 0xD3D8D8, 0xE0E8E8, 0x000000, 0x000000, 0x00FF00, 0x0000C3, 0xFFFFFF,
                     0x49496A, 0xC2C2C2}},
+    {"Original Dark", {0x808080, 0x808080, 0x000000, 0xC0C0C0, 0x000000, 0xFFFFFF, 0x000000, 0xC0C0C0, 0x000000,
+                       0x808080, 0x000000}},
     {"Original Lite", {0xD7E6CA, 0xE9E9DA, 0x000000, 0xE0E0E0, 0x000000, 0xFFFFFF, 0x000000, 0xFFE0C0, 0x000000,
                        0xFFC0C0, 0x000000}},
 };
@@ -151,6 +154,7 @@ struct Windows {
         dialogs.emplace_back(new AsciiKeyboard(st, form.get()));
         for (auto& d : dialogs)
             d->show();
+        toolrouter().show(Tool::Form15);
         showmessage(form.get(), QStringLiteral("Memory cleared.")); // a timed window: shown anew
         // About closes itself once another window is activated: it comes last.
         delete about.data();
@@ -301,6 +305,131 @@ TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
                         << name << " " << win << " " << control;
         }
         menu->hide();
+    }
+}
+
+// Walks of Change Color Theme: the theme it opens in, the options clicked ("" for "Show Frames"),
+// how it ends, the two settings after it, and the theme the main window shows then.
+struct Walk {
+    const char* start;
+    std::vector<const char*> clicks;
+    const char* end;
+    const char* name;
+    int border;
+    const char* shows;
+};
+const Walk walks[] = {
+    {"Original Dark", {"Bricks Set", "Mono Dark", "Owayke"}, "Cancel", "Original Dark", 1, "Original Dark"},
+    {"Bricks Set", {"Mono Dark", ""}, "Select", "Mono Dark", 0, "Mono Dark"},
+    {"Mono Dark", {"", "", "Winamp Old"}, "Cancel", "Mono Dark", 1, "Mono Dark"},
+    {"Winamp Old", {"Original Lite"}, "Escape", "Winamp Old", 1, "Winamp Old"},
+    {"Owayke", {"Bricks Set"}, "Close", "Owayke", 1, "Owayke"},
+    {"Purple Haze", {}, "Select", "Purple Haze", 1, "Original Lite"},
+    {"Purple Haze", {"Winamp Old"}, "Cancel", "Purple Haze", 1, "Original Lite"},
+};
+
+QRgb mainwindowcolour()
+{
+    const Picture p(Windows::window("Form1"));
+    return p.pixel(2, p.image.height() - 3);
+}
+
+TEST(ChangeColorTheme, ClicksPreviewAndSelectOrCancelDecides)
+{
+    windows();
+    for (const Walk& walk : walks) {
+        const std::string where = std::string(walk.start) + " -> " + walk.end;
+        if (QWidget* open = toolrouter().window(Tool::Form15)) // one that stood: its Cancel first
+            open->close();
+        Windows::use(walk.start);
+        QPointer<Form15> form = static_cast<Form15*>(toolrouter().show(Tool::Form15));
+        ASSERT_TRUE(form);
+        // The option of the theme is marked, none for a name no theme has.
+        int marked = 0;
+        for (int i = 0; i < static_cast<int>(themecount); ++i)
+            marked += form->opcija(i)->isChecked() && form->opcija(i)->text() == walk.start ? 1
+                      : form->opcija(i)->isChecked()                                     ? 100
+                                                                                         : 0;
+        EXPECT_EQ(marked, typed.count(walk.start) ? 1 : 0) << where;
+        for (const char* click : walk.clicks) {
+            if (*click == 0) {
+                form->check1()->click();
+                EXPECT_EQ(regread("Color Theme Border"), form->check1()->isChecked() ? "1" : "0") << where;
+                continue;
+            }
+            for (int i = 0; i < static_cast<int>(themecount); ++i)
+                if (form->opcija(i)->text() == QLatin1String(click))
+                    form->opcija(i)->click();
+            QCoreApplication::processEvents();
+            EXPECT_EQ(regread("Color Theme"), click) << where; // each click is written at once
+            EXPECT_EQ(mainwindowcolour(), typed.at(click)[0]) << where << " " << click;
+        }
+        const std::string end = walk.end;
+        if (end == "Select")
+            form->command1()->click();
+        else if (end == "Cancel")
+            form->command2()->click();
+        else if (end == "Escape")
+            QTest::keyClick(form, Qt::Key_Escape);
+        else
+            form->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_TRUE(form.isNull()) << where;
+        EXPECT_EQ(regread("Color Theme"), walk.name) << where;
+        EXPECT_EQ(regread("Color Theme Border"), std::to_string(walk.border)) << where;
+        EXPECT_EQ(theme().themename, walk.name) << where;
+        EXPECT_EQ(mainwindowcolour(), typed.at(walk.shows)[0]) << where;
+    }
+}
+
+TEST(ChangeColorTheme, OptionsInOrderEachAStopOfTabThatSpaceAndEnterClick)
+{
+    windows();
+    if (QWidget* open = toolrouter().window(Tool::Form15))
+        open->close();
+    Windows::use("Original Dark");
+    QPointer<Form15> form = static_cast<Form15*>(toolrouter().show(Tool::Form15));
+    EXPECT_EQ(form->opcija(0)->text(), "Bitter Lemon");
+    EXPECT_EQ(form->opcija(20)->text(), "Original Dark");
+    EXPECT_EQ(form->opcija(45)->text(), "Sunflower");
+    form->opcija(0)->setFocus();
+    int stops = 0;
+    for (QWidget* w = form->focusWidget(); stops < 60; ++stops) {
+        QTest::keyClick(w, Qt::Key_Tab);
+        w = form->focusWidget();
+        if (w == form->opcija(0))
+            break;
+    }
+    EXPECT_EQ(stops + 1, static_cast<int>(themecount) + 3);
+    QTest::keyClick(form->opcija(10), Qt::Key_Space);
+    EXPECT_EQ(theme().themename, "Bricks Set");
+    QTest::keyClick(form->opcija(39), Qt::Key_Return);
+    EXPECT_EQ(theme().themename, "Mono Dark");
+    QTest::keyClick(form->command2(), Qt::Key_Return);
+    EXPECT_EQ(theme().themename, "Original Dark");
+}
+
+// What the settings may hold: the colours of the first row of that name, those of "Original
+// Lite" for any other name (the name itself kept), and no change for an empty name.
+TEST(LoadTheme, NamesTheSettingsMayHold)
+{
+    windows();
+    struct Case {
+        const char* setting;
+        const char* shows;
+    };
+    const Case cases[] = {{"Winamp Old", "Winamp Old"}, {"winamp old", "Original Lite"}, {"", "Original Lite"},
+                          {"Mono Dark", "Mono Dark"},   {"", "Mono Dark"},               {"Mono Dark ", "Original Lite"}};
+    for (const Case& c : cases) {
+        regwrite("Color Theme", c.setting);
+        loadtheme();
+        EXPECT_EQ(theme().themename, c.setting);
+        const Row& row = typed.at(c.shows);
+        const ThemeState& t = theme();
+        EXPECT_EQ((Row{t.windowback, t.frameback, t.frametext, t.labelback, t.labeltext, t.valueback, t.valuetext,
+                       t.fixedback, t.fixedtext, t.noteback, t.notetext}),
+                  row)
+            << "\"" << c.setting << "\"";
     }
 }
 
