@@ -2,6 +2,7 @@
 
 #include "progfiles/safewrite.h"
 #include "shell/messages.h"
+#include "shell/theme.h"
 #include "sim/machinestate.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
@@ -78,6 +79,14 @@ Form16::~Form16()
     stopreading_ = true;
     if (toolrouter().window(Tool::Form16) == this)
         toolrouter().closed(Tool::Form16);
+}
+
+void Form16::settheme()
+{
+    themewindow(this);
+    const ThemeState& t = theme();
+    setpair(check1_, t.labelback, t.labeltext);
+    setpair(check2_, t.labelback, t.labeltext);
 }
 
 void Form16::buildwindow()

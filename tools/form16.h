@@ -33,6 +33,8 @@ public:
     void logadd(std::string_view row) override;
     void logclean() override;
     bool takesrows() const override;
+    // The form and the two check boxes in the theme's colours.
+    void settheme() override;
 
     // A ".log" file handed to the viewer, read as the File menu's Open reads it: true when shown.
     bool openfile(const QString& path) override;

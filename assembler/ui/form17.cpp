@@ -276,7 +276,7 @@ QWidget* Form17::buildforms()
     hint_ = new QLabel(QString::fromLatin1(hinttext), area);
     hint_->setObjectName(QStringLiteral("hint"));
     hint_->setAlignment(Qt::AlignCenter);
-    hint_->setEnabled(false);
+    hint_->setForegroundRole(QPalette::PlaceholderText); // quieter than the text, still readable
     stack->addWidget(hint_, 0, 0);
     QSize most;
     for (QGroupBox* frame : frames_) {
