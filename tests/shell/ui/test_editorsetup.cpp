@@ -293,4 +293,34 @@ TEST_F(EditorWindows, BasicEditorSpacesCommentsAndSeparatesLabelledLines)
     w->close();
 }
 
+// Whatever text the settings hold, both editors and the setup open usable: a size outside 4-200
+// shows at 10, a missing font in a really fixed-pitch one, a colour past FFFFFF by its low bytes.
+TEST_F(EditorWindows, AnyTextInTheSettingsStillOpensEveryEditor)
+{
+    const char* sizes[] = {"0", "5000", "abc", "-3", "3", "201"};
+    for (const char* size : sizes) {
+        for (const char* prefix : {"A ", "C "}) {
+            regwrite(std::string(prefix) + "Font Size", size);
+            regwrite(std::string(prefix) + "Font Name", "No Such Font Anywhere");
+            regwrite(std::string(prefix) + "Keyword Color", "99999999999");
+            regwrite(std::string(prefix) + "Tab Size", "x");
+            regwrite(std::string(prefix) + "Undo Levels Number", "-7");
+        }
+        QPointer<Form6> assembler = new Form6;
+        QPointer<Form12> basic = new Form12;
+        QPointer<Form04> setup = new Form04;
+        for (QWidget* w : std::initializer_list<QWidget*>{assembler, basic, setup})
+            w->show();
+        QCoreApplication::processEvents();
+        for (SourceEditor* e : {assembler->edittextboxpro1(), basic->findChild<SourceEditor*>()}) {
+            EXPECT_EQ(e->editorfont().pointSize(), 10) << size;
+            EXPECT_TRUE(QFontInfo(e->editorfont()).fixedPitch()) << size;
+        }
+        EXPECT_EQ(setup->value("afontname")->text(), "No Such Font Anywhere");
+        for (QWidget* w : std::initializer_list<QWidget*>{assembler, basic, setup})
+            w->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
 } // namespace
