@@ -51,11 +51,11 @@ void shoot(QWidget* window, const QString& name)
         std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
 }
 
-// A dialog that waits for its answer (the form `form`): shot once it is up, then closed, so that
-// `open` returns.
-void shootmodal(const QString& name, const QString& form, const std::function<void()>& open)
+// A dialog that waits for its answer (the form of that name): shot once it is up, then closed, so
+// that `open` returns. The picture is named after the form.
+void shootmodal(const char* form, const char* name, const std::function<void()>& open)
 {
-    QTimer::singleShot(300, [name, form] {
+    QTimer::singleShot(300, [name = QString::fromLatin1(form) + name, form = QString::fromLatin1(form)] {
         QWidget* dialog = nullptr;
         for (QWidget* w : QApplication::topLevelWidgets())
             if (w->isVisible() && w->objectName() == form)
@@ -146,9 +146,9 @@ int main(int argc, char** argv)
         shoot(MessageWindow::current(), QStringLiteral("Form03-confirmation"));
         if (MessageWindow::current())
             MessageWindow::current()->close();
-        shootmodal(QStringLiteral("Form10-in-entry"), QStringLiteral("Form10"), [&] { inentrydialog(st, 0x20, &form); });
-        shootmodal(QStringLiteral("Form19-hex-value-entry"), QStringLiteral("Form19"), [&] { hexvaluedialog(st, &form); });
-        shootmodal(QStringLiteral("Form18-ascii-keyboard"), QStringLiteral("Form18"), [&] { asciikeyboard(st, &form); });
+        shootmodal("Form10", "-in-entry", [&] { inentrydialog(st, 0x20, &form); });
+        shootmodal("Form19", "-hex-value-entry", [&] { hexvaluedialog(st, &form); });
+        shootmodal("Form18", "-ascii-keyboard", [&] { asciikeyboard(st, &form); });
         std::printf("%s\n", qPrintable(folder));
     }
     form.close();
