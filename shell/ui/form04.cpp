@@ -12,7 +12,6 @@
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
@@ -153,7 +152,7 @@ Form04::Form04(QWidget* parent) : QWidget(parent, Qt::Window)
     outer->addLayout(bottom);
     for (QPushButton* b : findChildren<QPushButton*>())
         b->setAutoDefault(false);
-    buttonsclickonenter(this);
+    dialogkeys(this, Command2_);
 
     // Form_Load.
     loadeditorsettings();
@@ -338,15 +337,6 @@ void Form04::closeEvent(QCloseEvent* event)
 {
     toolrouter().closed(Tool::Form04);
     event->accept();
-}
-
-void Form04::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Escape) {
-        Command2_Click();
-        return;
-    }
-    QWidget::keyPressEvent(event);
 }
 
 } // namespace kelvane

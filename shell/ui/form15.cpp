@@ -8,7 +8,6 @@
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -64,7 +63,7 @@ Form15::Form15(QWidget* parent) : QWidget(parent, Qt::Window)
     bottom->addWidget(Command1_);
     bottom->addWidget(Command2_);
     outer->addLayout(bottom);
-    buttonsclickonenter(this);
+    dialogkeys(this, Command2_);
 
     // Form_Load.
     const ThemeState& t = theme();
@@ -164,15 +163,6 @@ void Form15::closeEvent(QCloseEvent* event)
         Command2_Click();
     toolrouter().closed(Tool::Form15);
     event->accept();
-}
-
-void Form15::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Escape) {
-        Command2_Click();
-        return;
-    }
-    QWidget::keyPressEvent(event);
 }
 
 } // namespace kelvane

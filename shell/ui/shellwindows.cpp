@@ -11,23 +11,30 @@ namespace kelvane {
 
 namespace {
 
-class EnterClicks : public QObject {
+class DialogKeys : public QObject {
 public:
-    using QObject::QObject;
+    DialogKeys(QWidget* window, QAbstractButton* cancel) : QObject(window), cancel_(cancel) {}
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        if (event->type() == QEvent::KeyPress) {
-            const int key = static_cast<QKeyEvent*>(event)->key();
-            auto* button = qobject_cast<QAbstractButton*>(watched);
-            if (button && (key == Qt::Key_Return || key == Qt::Key_Enter) && button->isEnabled()) {
-                button->click();
-                return true;
-            }
+        if (event->type() != QEvent::KeyPress)
+            return QObject::eventFilter(watched, event);
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        auto* button = qobject_cast<QAbstractButton*>(watched);
+        if (button && (key == Qt::Key_Return || key == Qt::Key_Enter) && button->isEnabled()) {
+            button->click();
+            return true;
+        }
+        if (key == Qt::Key_Escape && cancel_) {
+            cancel_->click();
+            return true;
         }
         return QObject::eventFilter(watched, event);
     }
+
+private:
+    QAbstractButton* cancel_;
 };
 
 } // namespace
@@ -43,9 +50,10 @@ void applytheme()
     toolrouter().settheme();
 }
 
-void buttonsclickonenter(QWidget* window)
+void dialogkeys(QWidget* window, QAbstractButton* cancel)
 {
-    auto* filter = new EnterClicks(window);
+    auto* filter = new DialogKeys(window, cancel);
+    window->installEventFilter(filter);
     for (QAbstractButton* b : window->findChildren<QAbstractButton*>())
         b->installEventFilter(filter);
 }
