@@ -126,17 +126,16 @@ Windows& windows()
     return *w;
 }
 
-class ThemePairs : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(ThemePairs, NamedControlsShowTheirPairs)
+// The pairs of pairs.txt in a theme on every window, read from their pictures.
+void checkpairs(const QString& name, const std::string& style)
 {
     Windows& w = windows();
-    Windows::use(GetParam());
+    Windows::use(name);
     w.reopen();
-    const std::vector<QRgb>& row = typed.at(GetParam());
+    const std::vector<QRgb>& row = typed.at(name);
     std::map<QString, std::unique_ptr<Picture>> pictures;
     for (const QStringList& named : test::datatable("shell/pairs.txt")) {
-        const std::string where = (named[0] + " " + named[1]).toStdString();
+        const std::string where = (name + ", " + named[0] + " " + named[1]).toStdString() + style;
         QWidget* window = Windows::window(named[0]);
         ASSERT_NE(window, nullptr) << where;
         auto& picture = pictures[named[0]];
@@ -155,12 +154,53 @@ TEST_P(ThemePairs, NamedControlsShowTheirPairs)
         if (text)
             EXPECT_GT(picture->count(area, fore, 24), 0) << where;
     }
-    for (const char* name : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"})
-        EXPECT_EQ(pictures.at(name)->pixel(1, pictures.at(name)->image.height() - 2), row[0]) << name; // windowback
-    test::saveshot(Windows::window("Form1"), QStringLiteral("form1-") + GetParam());
+    for (const char* form : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"})
+        EXPECT_EQ(pictures.at(form)->pixel(1, pictures.at(form)->image.height() - 2), row[0]) << form << style;
+    test::saveshot(Windows::window("Form1"), QStringLiteral("form1-") + name);
+}
+
+class ThemePairs : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(ThemePairs, NamedControlsShowTheirPairs)
+{
+    checkpairs(GetParam(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Themes, ThemePairs, ::testing::Values("Bricks Set", "Mono Dark", "Owayke", "Winamp Old"));
+
+// A style that draws everything in its own standard colours, whatever a palette says.
+class PaletteBlindStyle : public QProxyStyle {
+public:
+    PaletteBlindStyle() : QProxyStyle(QStringLiteral("fusion")) {}
+    void drawPrimitive(PrimitiveElement e, const QStyleOption* o, QPainter* p, const QWidget* w) const override
+    {
+        QProxyStyle::drawPrimitive(e, blind(o).get(), p, w);
+    }
+    void drawControl(ControlElement e, const QStyleOption* o, QPainter* p, const QWidget* w) const override
+    {
+        QProxyStyle::drawControl(e, blind(o).get(), p, w);
+    }
+
+private:
+    std::unique_ptr<QStyleOption> blind(const QStyleOption* o) const
+    {
+        auto copy = std::make_unique<QStyleOption>(*o);
+        copy->palette = standardPalette();
+        return copy;
+    }
+};
+
+// Under another style that honours palettes, and under one that ignores them, the pairs show.
+TEST(Themes, PairsShowUnderAnyStyle)
+{
+    windows();
+    const QString before = QApplication::style()->name();
+    QApplication::setStyle(QStringLiteral("windows"));
+    checkpairs("Bricks Set", " (windows)");
+    QApplication::setStyle(new PaletteBlindStyle);
+    checkpairs("Mono Dark", " (a style blind to palettes)");
+    QApplication::setStyle(before);
+}
 
 TEST(Themes, ShowFramesDrawsOrHidesTheFrameLinesAndNothingMoves)
 {
