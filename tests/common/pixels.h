@@ -25,6 +25,7 @@ struct Picture {
         const QPixmap p = w->grab();
         ratio = p.devicePixelRatio();
         image = p.toImage().convertToFormat(QImage::Format_RGB32);
+        image.setDevicePixelRatio(1); // everything below counts device pixels
     }
     // Where a control of the window stands in the picture.
     QRect area(const QWidget* control) const

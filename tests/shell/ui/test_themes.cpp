@@ -218,8 +218,9 @@ TEST(Themes, ShowFramesDrawsOrHidesTheFrameLinesAndNothingMoves)
         // corners: anything that is not the frame's colour.
         for (int n = 1; n <= 7; ++n) {
             const QRect area = picture.area(form->findChild<QWidget*>(QStringLiteral("Frame%1").arg(n)));
-            for (int y = area.top() + 24; y <= area.bottom() - 8; ++y)
-                for (int x : {area.left(), area.left() + 1, area.right() - 1, area.right()})
+            const int r = qRound(picture.ratio);
+            for (int y = area.top() + 24 * r; y <= area.bottom() - 8 * r; ++y)
+                for (int x : {area.left(), area.left() + r, area.right() - r, area.right()})
                     lines[border] += picture.pixel(x, y) != frameback;
         }
     }
@@ -277,7 +278,7 @@ TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
                     return apart + std::abs(qBlue(d) - qBlue(t)) <= 6;
                 };
                 if (std::none_of(std::begin(own), std::end(own), near))
-                    EXPECT_FALSE(picture.hasblock(d, 4)) << where << " shows " << std::hex << d;
+                    EXPECT_FALSE(picture.hasblock(d, 4 * qRound(picture.ratio))) << where << " shows " << std::hex << d;
             }
             std::vector<QWidget*> open;
             for (auto* b : window->findChildren<QPushButton*>()) // a one-letter key's strokes are too thin
