@@ -50,16 +50,20 @@ void stylebasicline(std::string_view line, const KeywordSet& keywords, uint8_t* 
             i = end;
             continue;
         }
-        if (!iswordchar(c)) {
+        // A number literal (decimal, 0X.. or ..H hexadecimal, %.. or ..B binary) in the ASM colour.
+        const bool binary = c == '%' && i + 1 < line.size() && (line[i + 1] == '0' || line[i + 1] == '1');
+        if (!iswordchar(c) && !binary) {
             ++i;
             continue;
         }
-        size_t end = i;
+        size_t end = binary ? i + 1 : i;
         while (end < line.size() && iswordchar(line[end]))
             ++end;
         const std::string_view word = line.substr(i, end - i);
         const std::string* form = keywords.form(word);
-        if (form != nullptr && *form == word)
+        if (binary || (c >= '0' && c <= '9'))
+            std::fill(styles + i, styles + end, styleasm);
+        else if (form != nullptr && *form == word)
             std::fill(styles + i, styles + end, stylekeyword);
         i = end;
     }

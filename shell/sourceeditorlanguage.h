@@ -64,7 +64,8 @@ std::string formatassemblerline(std::string_view line);
 // BASIC source: a comment runs from an apostrophe outside a string to the end of the line, a
 // string from a double quote to the next one (or the end of the line); a keyword is a whole word
 // of letters, digits and "_" spelled exactly as the list spells it, the only spelling the
-// compiler reads.
+// compiler reads; a number literal (a word that begins with a digit, or "%" and binary digits)
+// takes the ASM style.
 void stylebasicline(std::string_view line, const KeywordSet& keywords, uint8_t* styles);
 
 // BASIC source without its indentation: blanks and tabs in front and behind the code dropped,

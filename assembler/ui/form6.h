@@ -87,8 +87,6 @@ private:
     void setfile(const QString& folder, const QString& name);
     // The refusals both assemblers share: an untitled window, an empty source.
     bool readytoassemble();
-    // The refusals both assemblers share: an untitled window, an empty source.
-    bool readytoassemble();
     void placesplitter();
     void setmenus(bool enabled);
     void setpanes(bool enabled);

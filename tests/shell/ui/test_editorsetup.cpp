@@ -213,6 +213,7 @@ TEST_F(EditorWindows, BasicEditorSpacesCommentsAndSeparatesLabelledLines)
     regwrite("C Comment Space", 5);
     regwrite("C Procedure Separator Width", 12);
     regwrite("C Line Numbers Text Color", rgbvalue(255, 0, 128));
+    regwrite("C ASM Color", rgbvalue(0, 128, 255));
     QPointer<Form12> w = new Form12;
     w->show();
     SourceEditor* editor = w->findChild<SourceEditor*>();
@@ -220,6 +221,7 @@ TEST_F(EditorWindows, BasicEditorSpacesCommentsAndSeparatesLabelledLines)
     editor->formattext();
     EXPECT_EQ(editor->textbytes(), "x = 1     ' one\nStart: y = 2\n");
     QCoreApplication::processEvents();
+    EXPECT_GT(ink(editor, qRgb(0, 128, 255)).count, 10); // the number literals in the ASM colour
     // One line of the number colour above "Start:", twelve characters long.
     const int twelve = QFontMetrics(editor->editorfont()).horizontalAdvance(QString(12, QLatin1Char('0')));
     EXPECT_NEAR(ink(editor, qRgb(255, 0, 128)).longestrow, twelve, 2);
