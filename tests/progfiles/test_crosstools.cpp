@@ -13,24 +13,19 @@ using namespace kelvane;
 
 namespace {
 
-bool hastool(const std::string& name)
-{
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-using test::slurp;
+bool hastool(const std::string& name) { return std::system(("command -v " + name + " >/dev/null").c_str()) == 0; }
 
 int run(const test::TempFolder& w, const std::string& command)
 {
     return std::system(("cd '" + w.path.string() + "' && " + command + " >tool.log 2>&1").c_str());
 }
 
-std::string randombytes(size_t n, unsigned seed)
+std::vector<uint8_t> randombytes(size_t n, unsigned seed)
 {
     std::mt19937 rng(seed);
-    std::string s(n, '\0');
-    for (char& c : s)
-        c = static_cast<char>(rng() & 255);
+    std::vector<uint8_t> s(n);
+    for (uint8_t& c : s)
+        c = static_cast<uint8_t>(rng());
     return s;
 }
 
@@ -43,11 +38,9 @@ TEST(CrossTools, OurHexIsReadByObjcopyAndSrecCat)
     for (int32_t last : {0x4200, 0xFFFF, 0x02BC}) {
         // Code at 0, gaps of zero chunks (which get no record), a last byte that is not zero.
         std::vector<int32_t> mem(65536, 0);
-        const std::string a = randombytes(700, 1), b = randombytes(333, 2);
+        const auto a = randombytes(700, 1), b = randombytes(333, 2);
         std::copy(a.begin(), a.end(), mem.begin());
         std::copy(b.begin(), b.end(), mem.begin() + 0x4000);
-        for (auto& v : mem)
-            v = static_cast<uint8_t>(v);
         mem[static_cast<size_t>(last)] = 0x76;
         ASSERT_TRUE(writehexfile(mem.data(), last, w.at("ours.hex")));
         const std::string want(mem.begin(), mem.begin() + last + 1);
@@ -55,8 +48,8 @@ TEST(CrossTools, OurHexIsReadByObjcopyAndSrecCat)
                                             std::pair{"srec_cat", "srec_cat ours.hex -Intel -o back.bin -Binary"}}) {
             if (!hastool(tool))
                 continue;
-            ASSERT_EQ(run(w, command), 0) << slurp(w.at("tool.log"));
-            EXPECT_TRUE(slurp(w.at("back.bin")) == want) << tool << " " << last;
+            ASSERT_EQ(run(w, command), 0) << test::slurp(w.at("tool.log"));
+            EXPECT_TRUE(test::slurp(w.at("back.bin")) == want) << tool << " " << last;
             ++checked;
         }
     }
@@ -82,24 +75,22 @@ TEST(CrossTools, TheirHexLoads)
         {"srec_cat", "in.bin -Binary -offset 0x10000 -o out.hex -Intel", -1},
     };
     test::TempFolder w;
-    const std::string bytes = randombytes(3000, 4);
-    w.put("in.bin", bytes);
+    const auto bytes = randombytes(3000, 4);
+    w.put("in.bin", std::string(bytes.begin(), bytes.end()));
     for (const auto& c : cases) {
         if (!hastool(c.tool))
             continue;
         SCOPED_TRACE(std::string(c.tool) + " " + c.options);
-        ASSERT_EQ(run(w, std::string(c.tool) + " " + c.options), 0) << slurp(w.at("tool.log"));
+        ASSERT_EQ(run(w, std::string(c.tool) + " " + c.options), 0) << test::slurp(w.at("tool.log"));
         auto buf = std::make_unique<HexBuffer>();
         const HexReadResult r = readhexfile(w.at("out.hex"), *buf);
         if (c.base < 0) {
-            EXPECT_EQ(r.error, 10) << r.message;
-            EXPECT_EQ(r.line, 2);
+            EXPECT_EQ(std::pair(r.error, r.line), std::pair(10, 2)) << r.message;
             continue;
         }
         ASSERT_EQ(r.error, 0) << r.message;
         ASSERT_EQ(r.size, c.base + static_cast<int32_t>(bytes.size()));
-        EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), buf->begin() + c.base,
-                               [](char x, auto y) { return static_cast<uint8_t>(x) == y; }));
+        EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), buf->begin() + c.base));
         EXPECT_EQ(std::count(buf->begin(), buf->begin() + c.base, 0), c.base);
     }
 }

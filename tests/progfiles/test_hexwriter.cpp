@@ -6,14 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <filesystem>
-#include <memory>
 #include <sys/resource.h>
 
 using namespace kelvane;
 namespace fs = std::filesystem;
-
-using test::slurp;
 
 TEST(HexWriter, RecordsChunksAndEnd)
 {
@@ -32,9 +28,8 @@ TEST(HexWriter, RecordsChunksAndEnd)
         {{}, 0x0F, ""},
         {{}, 0x00, ":0100000000FF\r\n"},
     };
-    std::vector<int32_t> mem(65536, 0);
     for (const auto& c : cases) {
-        std::fill(mem.begin(), mem.end(), 0);
+        std::vector<int32_t> mem(65536, 0);
         for (auto [a, v] : c.bytes)
             mem[static_cast<size_t>(a)] = v;
         EXPECT_EQ(hexfiletext(mem.data(), c.last), c.want + ":00000001FF\r\n") << c.last;
@@ -44,10 +39,8 @@ TEST(HexWriter, RecordsChunksAndEnd)
 TEST(SafeWrite, FailedWriteKeepsTheOldFileAndLeavesNoTemporary)
 {
     test::TempFolder dir;
-    const fs::path target = dir.path / "prog.hex";
-    { std::ofstream(target) << "old contents\n"; }
+    const std::string target = dir.put("prog.hex", "old contents\n");
     std::vector<int32_t> mem(65536, 0x5A);
-
     // A file size limit makes the write itself fail, whoever runs the test.
     rlimit old{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -56,23 +49,20 @@ TEST(SafeWrite, FailedWriteKeepsTheOldFileAndLeavesNoTemporary)
     auto previous = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     std::string error;
-    const bool ok = writehexfile(mem.data(), 65535, target.string(), &error);
+    const bool ok = writehexfile(mem.data(), 65535, target, &error);
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, previous);
-
     EXPECT_FALSE(ok);
-    EXPECT_NE(error.find(target.string()), std::string::npos) << error;
-    EXPECT_EQ(slurp(target), "old contents\n");
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path), fs::directory_iterator()), 1);
-
+    EXPECT_NE(error.find(target), std::string::npos) << error;
+    EXPECT_EQ(test::slurp(target), "old contents\n");
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"prog.hex"});
     // A folder that does not exist: plain message, nothing written.
-    EXPECT_FALSE(writeobjfile(mem.data(), 3, (dir.path / "no" / "x.obj").string(), &error));
+    EXPECT_FALSE(writeobjfile(mem.data(), 3, dir.at("no/x.obj"), &error));
     EXPECT_FALSE(error.empty());
-
     // A successful write replaces the old file and keeps its permissions.
-    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-    ASSERT_TRUE(writeobjfile(mem.data(), 3, target.string()));
-    EXPECT_EQ(slurp(target), "ZZZZ");
-    EXPECT_EQ(fs::status(target).permissions() & fs::perms::all,
-              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    const auto perms = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+    fs::permissions(target, perms);
+    ASSERT_TRUE(writeobjfile(mem.data(), 3, target));
+    EXPECT_EQ(test::slurp(target), "ZZZZ");
+    EXPECT_EQ(fs::status(target).permissions() & fs::perms::all, perms);
 }

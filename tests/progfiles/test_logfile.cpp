@@ -1,11 +1,15 @@
-// The ".log" reader: which files are taken, and that a read in pieces gives what a read at once
-// gives. (Files of any size, and rows of other widths kept: the viewer's tests.)
+// The ".log" reader: which files are taken, that a read in pieces gives what a read at once
+// gives, and a file that may not be read. (Files of any size, other refusals: the viewer's tests.)
 #include "progfiles/logfile.h"
+#include "tests/common/tempfolder.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace kelvane;
 
@@ -69,4 +73,19 @@ TEST(LogReader, TakesOnlyLinesOf64Bytes)
             EXPECT_EQ(rowsof(parts), c.rows) << "cut at " << cut;
         }
     }
+}
+
+TEST(LogReader, AFileWithoutReadPermissionIsRefused)
+{
+    test::TempFolder dir;
+    const std::string path = dir.put("locked.log", row(1) + "\r\n");
+    ASSERT_EQ(::chmod(path.c_str(), 0), 0);
+    // The superuser reads any file: it opens this one as an ordinary user.
+    const bool root = ::geteuid() == 0;
+    ASSERT_TRUE(!root || ::seteuid(65534) == 0);
+    LogReader reader;
+    const bool opened = reader.open(path);
+    ASSERT_TRUE(!root || ::seteuid(0) == 0);
+    EXPECT_FALSE(opened);
+    EXPECT_EQ(reader.error(), "Permission denied");
 }

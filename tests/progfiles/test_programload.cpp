@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <tuple>
 
 using namespace kelvane;
 namespace fs = std::filesystem;
@@ -59,23 +59,18 @@ TEST(ProgramLoad, ResultsAndExitCodesLeaveTheImageAloneOnFailure)
         {dir.path.string(), "obj", LoadStatus::fileerror, 2, 0, ""},
         {dir.path.string() + "/ok.hex", "srec", LoadStatus::fileerror, 2, 0, ""},
     };
-    std::vector<int32_t> image(65536, 0x55);
     for (const auto& c : cases) {
-        std::fill(image.begin(), image.end(), 0x55);
+        std::vector<int32_t> image(65536, 0x55);
         const ProgramLoadResult r = loadprogram(c.path, c.format, image.data());
-        EXPECT_EQ(r.status, c.status) << c.path << ": " << r.message;
-        EXPECT_EQ(r.exitcode(), c.exitcode) << c.path;
-        EXPECT_EQ(r.size, c.size) << c.path;
-        if (r.status == LoadStatus::ok) {
-            EXPECT_TRUE(r.message.empty());
-            EXPECT_EQ(image[0], c.size == 2 ? 0x3E : 0x76) << c.path;
-            EXPECT_EQ(image[65535], c.size == 2 ? 0 : 0x76) << c.path;
-        } else {
-            EXPECT_FALSE(r.message.empty());
-            if (!c.message.empty())
-                EXPECT_EQ(r.message, c.message);
-            EXPECT_EQ(std::count(image.begin(), image.end(), 0x55), 65536) << c.path;
-        }
+        SCOPED_TRACE(c.path + ": " + r.message);
+        EXPECT_EQ(std::tuple(r.status, r.exitcode(), r.size), std::tuple(c.status, c.exitcode, c.size));
+        EXPECT_EQ(r.message.empty(), r.status == LoadStatus::ok);
+        if (!c.message.empty())
+            EXPECT_EQ(r.message, c.message);
+        if (r.status == LoadStatus::ok)
+            EXPECT_EQ(std::pair(image[0], image[65535]), c.size == 2 ? std::pair(0x3E, 0) : std::pair(0x76, 0x76));
+        else
+            EXPECT_EQ(std::count(image.begin(), image.end(), 0x55), 65536);
     }
 }
 
@@ -107,34 +102,21 @@ TEST(MemorySave, SavesUpToTheLastNonZeroByte)
 {
     TempFolder dir;
     std::vector<int32_t> mem(65541, 0);
-    const std::string path = (dir.path / "m.obj").string();
-
-    MemorySaveResult r = savememory(mem.data(), ProgramFormat::obj, path);
-    EXPECT_FALSE(r.ok);
-    EXPECT_EQ(r.message, "The memory is empty.");
-    EXPECT_FALSE(fs::exists(path));
-
+    MemorySaveResult r = savememory(mem.data(), ProgramFormat::obj, dir.at("m.obj"));
+    EXPECT_EQ(std::tuple(r.ok, r.message, fs::exists(dir.at("m.obj"))), std::tuple(false, "The memory is empty.", false));
     mem[0] = 0xC9;
     mem[65536] = 7; // the top mirror is not memory to save
-    r = savememory(mem.data(), ProgramFormat::obj, path);
-    EXPECT_TRUE(r.ok);
-    EXPECT_EQ(r.size, 1);
-    EXPECT_EQ(r.message, "Operation completed.\r\nTotal 1 (.000K) bytes saved.");
-    EXPECT_EQ(fs::file_size(path), 1u);
-
+    r = savememory(mem.data(), ProgramFormat::obj, dir.at("m.obj"));
+    EXPECT_EQ(std::tuple(r.ok, r.size, r.message), std::tuple(true, 1, "Operation completed.\r\nTotal 1 (.000K) bytes saved."));
+    EXPECT_EQ(fs::file_size(dir.at("m.obj")), 1u);
     mem[0x1234] = 0x76;
-    const std::string hexpath = (dir.path / "m.hex").string();
-    r = savememory(mem.data(), ProgramFormat::hex, hexpath);
-    ASSERT_TRUE(r.ok);
-    EXPECT_EQ(r.size, 0x1235);
+    r = savememory(mem.data(), ProgramFormat::hex, dir.at("m.hex"));
+    EXPECT_EQ(std::pair(r.ok, r.size), std::pair(true, 0x1235));
     std::vector<int32_t> back(65536, 1);
-    const ProgramLoadResult l = loadprogram(hexpath, "", back.data());
-    EXPECT_EQ(l.size, 0x1235);
+    EXPECT_EQ(loadprogram(dir.at("m.hex"), "", back.data()).size, 0x1235);
     EXPECT_TRUE(std::equal(back.begin(), back.end(), mem.begin()));
-
-    r = savememory(mem.data(), ProgramFormat::hex, (dir.path / "none" / "m.hex").string());
-    EXPECT_FALSE(r.ok);
-    EXPECT_EQ(r.size, 0);
+    r = savememory(mem.data(), ProgramFormat::hex, dir.at("none/m.hex"));
+    EXPECT_EQ(std::pair(r.ok, r.size), std::pair(false, 0));
     EXPECT_NE(r.message.find("Cannot write"), std::string::npos);
 }
 
