@@ -20,6 +20,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include "tests/common/datatable.h"
 #include "tests/common/dialogdriver.h"
 #include "tests/common/shot.h"
 
@@ -76,28 +77,22 @@ protected:
     }
     void step() { act("menustep")->trigger(); }
     void stop() { act("menustop")->trigger(); }
-    std::string rates()
+    template <class F>
+    static std::string bits(int count, F on)
     {
         std::string e;
-        for (int i = 1; i <= 6; ++i)
-            e += act("menuspeed" + std::to_string(i))->isChecked() ? '1' : '0';
+        for (int i = 0; i < count; ++i)
+            e += on(i) ? '1' : '0';
         return e;
     }
+    std::string rates() { return bits(6, [this](int i) { return act("menuspeed" + std::to_string(i + 1))->isChecked(); }); }
+    std::string buttons() { return bits(7, [this](int i) { return form->command(i + 1)->isEnabled(); }); }
     std::string runmenus()
     {
-        std::string e;
-        for (const char* name : {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menustart",
-                                 "menuenablelogging", "menuclock", "menuaddress", "menuinlog",
-                                 "menuhaltstopssimulation", "menuconfirm", "menuultimaterefresh", "menuinprompt"})
-            e += act(name)->isEnabled() ? '1' : '0';
-        return e;
-    }
-    std::string buttons()
-    {
-        std::string e;
-        for (int i = 1; i <= 7; ++i)
-            e += form->command(i)->isEnabled() ? '1' : '0';
-        return e;
+        static const char* names[] = {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menustart",
+                                      "menuenablelogging", "menuclock", "menuaddress", "menuinlog",
+                                      "menuhaltstopssimulation", "menuconfirm", "menuultimaterefresh", "menuinprompt"};
+        return bits(13, [this](int i) { return act(names[i])->isEnabled(); });
     }
     void press() { QTest::mousePress(form->command(1), Qt::LeftButton); }
     void release() { QTest::mouseRelease(form->command(1), Qt::LeftButton); }
@@ -293,25 +288,20 @@ TEST_F(Form1Test, ButtonsFollowEiSimAcceptanceAndStop)
     EXPECT_EQ(buttons(), "0000000");
 }
 
-// An interrupt pressed while the loop runs is served after the instruction under way.
-class InterruptInLoop : public Form1Test, public ::testing::WithParamInterface<std::pair<int, int>> {};
-
-TEST_P(InterruptInLoop, TheRoutineRuns)
+TEST_F(Form1Test, AnInterruptPressedInTheLoopIsServedAfterTheInstructionUnderWay)
 {
-    const auto [rate, button] = GetParam();
-    const int32_t routine = button == 2 ? 0x24 : 0x3C; // TRAP, RST 7.5
-    load(eiloop);
-    st().mem[static_cast<size_t>(routine)] = 0x76; // HLT
-    later(80, [this, b = button] { form->command(b)->click(); });
-    startat(rate);
-    EXPECT_FALSE(st().running);
-    EXPECT_EQ(st().pc, routine);
-    const int32_t ret = st().mem[0xFFFD] + st().mem[0xFFFE] * 256;
-    EXPECT_TRUE(ret == 1 || ret == 2) << ret;
+    for (const auto& [rate, button, routine] : {std::tuple{5, 3, 0x3C}, {6, 2, 0x24}, {4, 3, 0x3C}}) { // RST 7.5, TRAP
+        SCOPED_TRACE(rate);
+        load(eiloop);
+        st().mem[static_cast<size_t>(routine)] = 0x76; // HLT
+        later(80, [this, b = button] { form->command(b)->click(); });
+        startat(rate);
+        EXPECT_FALSE(st().running);
+        EXPECT_EQ(st().pc, routine);
+        const int32_t ret = st().mem[0xFFFD] + st().mem[0xFFFE] * 256;
+        EXPECT_TRUE(ret == 1 || ret == 2) << ret;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Buttons, InterruptInLoop,
-                         ::testing::Values(std::pair{5, 3}, std::pair{6, 2}, std::pair{4, 3}));
 
 TEST_F(Form1Test, ResetAtStepByStepCleansAndWaitsForStep)
 {
@@ -465,49 +455,29 @@ TEST_F(Form1Test, DialogsInsideARun)
     EXPECT_TRUE(statistics(1, 1));
 }
 
-// Direct entry through the window system: a click on the label, keys into the box.
-struct EntryCase {
-    const char *label, *typed;
-    int32_t MachineState::*field;
-    int32_t expected; // -1: unchanged
-};
-
-void PrintTo(const EntryCase& c, std::ostream* os) { *os << c.label << " '" << c.typed << "'"; }
-
-class DirectEntry : public Form1Test, public ::testing::WithParamInterface<EntryCase> {};
-
-TEST_P(DirectEntry, AClickOpensTheBoxAndEnterCommitsByItsLength)
+// Direct entry through the window system: a click on the label, keys into the box, Enter.
+TEST_F(Form1Test, AClickOpensTheBoxAndEnterCommitsByItsLength)
 {
-    const EntryCase& c = GetParam();
     load(haltprogram);
     startat(1);
-    const int32_t before = st().*(c.field);
-    QTest::mouseClick(form->label(c.label), Qt::LeftButton);
-    ASSERT_TRUE(form->entryopen());
-    EXPECT_TRUE(form->entrybox()->hasFocus());
-    EXPECT_TRUE(form->entrybox()->text().isEmpty()); // the old value is not offered
-    QTest::keyClicks(form->entrybox(), c.typed);
-    test::saveshot(form.get(), "form1-entry");
-    QTest::keyClick(form->entrybox(), Qt::Key_Return);
-    EXPECT_FALSE(form->entryopen());
-    EXPECT_EQ(st().*(c.field), c.expected < 0 ? before : c.expected);
-    EXPECT_EQ(text("qinstrukcijanext"), "MVI A,12H"); // the next instruction keeps its text
-    EXPECT_EQ(text("qf"), QString::fromStdString(hexbyte(composeflags(st()))));
+    for (const QStringList& row : test::datatable("sim/entry.txt")) {
+        SCOPED_TRACE(row.join('|').toStdString());
+        QTest::mouseClick(form->label(row[0].toLatin1().constData()), Qt::LeftButton);
+        ASSERT_TRUE(form->entryopen());
+        EXPECT_TRUE(form->entrybox()->hasFocus());
+        EXPECT_TRUE(form->entrybox()->text().isEmpty()); // the old value is not offered
+        QTest::keyClicks(form->entrybox(), row[1]);
+        test::saveshot(form.get(), "form1-entry");
+        QTest::keyClick(form->entrybox(), Qt::Key_Return);
+        EXPECT_FALSE(form->entryopen());
+        EXPECT_EQ(text(row[0].toLatin1().constData()), row[2]);
+        form->ekran(); // the machine holds what the label shows
+        EXPECT_EQ(text(row[0].toLatin1().constData()), row[2]);
+        EXPECT_EQ(text("qinstrukcijanext"), "MVI A,12H"); // the next instruction keeps its text
+        EXPECT_EQ(text("qf"), QString::fromStdString(hexbyte(composeflags(st()))));
+    }
     stop();
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, DirectEntry,
-    ::testing::Values(EntryCase{"qa", "F", &MachineState::a, 0x0F}, EntryCase{"qa", "", &MachineState::a, 0},
-                      EntryCase{"qb", "ab", &MachineState::b, 0xAB}, EntryCase{"qc", "G1", &MachineState::c, -1},
-                      EntryCase{"qd", "123", &MachineState::d, 0x12}, EntryCase{"qe", "e", &MachineState::e, 0x0E},
-                      EntryCase{"qh", "7", &MachineState::h, 7}, EntryCase{"ql", "00", &MachineState::l, 0},
-                      EntryCase{"qfz", "0", &MachineState::fz, 0}, EntryCase{"qfs", "2", &MachineState::fs, -1},
-                      EntryCase{"qfcy", "", &MachineState::fcy, 0}, EntryCase{"qfac", "x", &MachineState::fac, -1},
-                      EntryCase{"qfp", "0", &MachineState::fp, 0}, EntryCase{"qsp", "G", &MachineState::sp, -1},
-                      EntryCase{"qsp", "12", &MachineState::sp, 0x12},
-                      EntryCase{"qpc", "fff0", &MachineState::pc, 0xFFF0},
-                      EntryCase{"qpc", "12345", &MachineState::pc, 0x1234}));
 
 TEST_F(Form1Test, EscapeAndClicksElsewhereStoreNothing)
 {

@@ -34,8 +34,7 @@ TEST(Keyboard, EachKeyGivesItsCodeAndClosesAndSmallLettersAreStored)
         MachineState st;
         AsciiKeyboard keyboard(st);
         keyboard.key(key)->click();
-        EXPECT_EQ(st.invalue, code) << key;
-        EXPECT_EQ(keyboard.result(), QDialog::Accepted) << key;
+        EXPECT_EQ(std::pair(st.invalue, keyboard.result()), std::pair(code, int(QDialog::Accepted))) << key;
     }
     MachineState st;
     AsciiKeyboard keyboard(st);
@@ -56,8 +55,8 @@ TEST(EntryDialogs, AWrongEntryStaysAndAGoodOneCloses)
     MachineState st;
     InEntryDialog in(st, 1);
     HexValueDialog hex(st);
-    EXPECT_EQ(hex.windowTitle(), QStringLiteral("HEX Value Entry Dialog"));
-    EXPECT_EQ(hex.label1()->text(), QStringLiteral("Enter new value supplied by this device [00-FF]."));
+    EXPECT_EQ(hex.windowTitle() + "|" + hex.label1()->text(),
+              QStringLiteral("HEX Value Entry Dialog|Enter new value supplied by this device [00-FF]."));
     for (EntryDialog* dialog : {static_cast<EntryDialog*>(&in), static_cast<EntryDialog*>(&hex)}) {
         st.invalue = 0;
         dialog->show();
@@ -71,9 +70,7 @@ TEST(EntryDialogs, AWrongEntryStaysAndAGoodOneCloses)
         EXPECT_EQ(driver.titles[0], QString::fromLatin1(programtitle));
         dialog->text1()->setText(QStringLiteral("c"));
         dialog->command1()->click();
-        EXPECT_EQ(st.invalue, 0x0C);
-        EXPECT_EQ(dialog->result(), QDialog::Accepted);
-        EXPECT_FALSE(dialog->isVisible());
+        EXPECT_EQ(std::tuple(st.invalue, dialog->result(), dialog->isVisible()), std::tuple(0x0C, int(QDialog::Accepted), false));
     }
 }
 
@@ -84,48 +81,36 @@ TEST(InDialog, TheKeyboardsEnterGives0DAndTheFocusGoesToEnter)
     InEntryDialog dialog(st, 1);
     dialog.show();
     test::DialogDriver driver;
-    driver.on<AsciiKeyboard>([](AsciiKeyboard* k) { k->key(69)->click(); });
-    dialog.command2()->click();
-    EXPECT_EQ(dialog.text1()->text(), QStringLiteral("0D"));
-    EXPECT_EQ(dialog.focusWidget(), dialog.command1());
-    EXPECT_EQ(st.invalue, 0);
-    // Cancel on the keyboard leaves the text and still moves the focus.
-    dialog.text1()->setFocus();
-    driver.on<AsciiKeyboard>([](AsciiKeyboard* k) { k->command1()->click(); });
-    dialog.command2()->click();
+    // Enter on the keyboard; then Cancel on it, which leaves the text and still moves the focus.
+    for (int key : {69, -1}) {
+        dialog.text1()->setFocus();
+        driver.on<AsciiKeyboard>([key](AsciiKeyboard* k) { (key < 0 ? k->command1() : k->key(key))->click(); });
+        dialog.command2()->click();
+        EXPECT_EQ(dialog.text1()->text(), QStringLiteral("0D"));
+        EXPECT_EQ(dialog.focusWidget(), dialog.command1());
+    }
     EXPECT_EQ(driver.answered, 2);
-    EXPECT_EQ(dialog.text1()->text(), QStringLiteral("0D"));
-    EXPECT_EQ(dialog.focusWidget(), dialog.command1());
+    EXPECT_EQ(st.invalue, 0);
 }
-
-namespace {
-// The window's IN prompt, as Form1 installs it.
-struct PromptHooks : MachineHooks {
-    std::function<void(InEntryDialog*)> answer;
-    int rateswitches = 0;
-    void inprompt(MachineState& st, int32_t port) override
-    {
-        test::DialogDriver driver;
-        driver.on<InEntryDialog>(answer);
-        inentrydialog(st, port, nullptr);
-    }
-    void menuspeed1(MachineState& st) override
-    {
-        ++rateswitches;
-        MachineHooks::menuspeed1(st);
-    }
-};
-} // namespace
 
 TEST(InDialog, TheAnswerAndTheTickedBoxActAfterTheInstruction)
 {
-    struct Case {
-        int clicks;      // of the check box
-        bool enter;      // Enter with "a5", or the dialog closed
-        int32_t a;
-    } cases[] = {{1, true, 0xA5}, {2, true, 0xA5}, {0, true, 0xA5}, {1, false, 0}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.clicks) + (c.enter ? " enter" : " closed"));
+    // The window's IN prompt, as Form1 installs it.
+    struct PromptHooks : MachineHooks {
+        std::function<void(InEntryDialog*)> answer;
+        int rateswitches = 0;
+        void inprompt(MachineState& st, int32_t port) override
+        {
+            test::DialogDriver driver;
+            driver.on<InEntryDialog>(answer);
+            inentrydialog(st, port, nullptr);
+        }
+        void menuspeed1(MachineState& st) override { ++rateswitches, MachineHooks::menuspeed1(st); }
+    };
+    // Clicks on the check box, and Enter with "a5" or the dialog closed.
+    for (const std::pair<int, bool> c : {std::pair{1, true}, std::pair{2, true}, std::pair{0, true}, std::pair{1, false}}) {
+        const auto [clicks, enter] = c;
+        SCOPED_TRACE(std::to_string(clicks) + (enter ? " enter" : " closed"));
         MachineState st;
         st.optinprompt = "ON";
         st.simrate = 5;
@@ -134,18 +119,16 @@ TEST(InDialog, TheAnswerAndTheTickedBoxActAfterTheInstruction)
         st.mem[1] = 0x20;
         st.switchtostep = true; // cleared when the dialog opens
         PromptHooks hooks;
-        hooks.answer = [&c](InEntryDialog* d) {
+        hooks.answer = [c](InEntryDialog* d) {
             EXPECT_EQ(d->label2()->text(), QStringLiteral("Enter data received on port 20H [00-FF]."));
-            for (int i = 0; i < c.clicks; ++i)
+            for (int i = 0; i < c.first; ++i)
                 d->check1()->click();
             d->text1()->setText(QStringLiteral("a5"));
-            c.enter ? d->command1()->click() : d->reject();
+            c.second ? d->command1()->click() : d->reject();
         };
         stepinstruction(st, hooks);
-        EXPECT_EQ(st.a, c.a);
-        const bool switched = c.clicks == 1;
-        EXPECT_EQ(hooks.rateswitches, switched ? 1 : 0);
-        EXPECT_EQ(st.simrate, switched ? 1 : 5);
-        EXPECT_FALSE(st.switchtostep);
+        const bool switched = clicks == 1;
+        EXPECT_EQ(std::tuple(st.a, hooks.rateswitches, st.simrate, st.switchtostep),
+                  std::tuple(enter ? 0xA5 : 0, switched ? 1 : 0, switched ? 1 : 5, false));
     }
 }
