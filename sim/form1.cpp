@@ -1081,6 +1081,11 @@ void Form1::ultimateslice()
     MachineHooks& hk = *hooks_;
     using clock = std::chrono::steady_clock;
     const auto deadline = clock::now() + std::chrono::milliseconds(12);
+    // The tool windows show what the machine holds at their next paint, which comes only in the
+    // pump below: within the slice they are told once, after its last instruction, not after each.
+    // Nothing inside the slice opens or closes a window, so the flag is the same afterwards.
+    const bool tools = hk.toolsopen;
+    hk.toolsopen = false;
     for (;;) {
         // runsteps ends early after an instruction that leaves the Ultimate rate, Stop or RESET.
         if (runsteps(st, hk, 2048) < 2048 || st.simrate != 6 || st.stoprequest || st.resetinprogress)
@@ -1090,6 +1095,9 @@ void Form1::ultimateslice()
         if (clock::now() >= deadline)
             break;
     }
+    hk.toolsopen = tools;
+    if (tools)
+        hk.toolrefresh(st);
     pump(1);
 }
 
