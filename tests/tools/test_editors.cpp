@@ -1,6 +1,6 @@
 // The Memory Editor and the I/O Ports Editor: entry walks by keys, the click map, what makes the
-// table follow memory and ports (by cause, refresh option on and off), its repaints, the input
-// devices fed from the ports editor, the wheel, the focus and the window positions.
+// table follow memory and ports, its repaints, the input devices fed from the ports editor, the
+// wheel, the focus and the window positions.
 #include "sim/form1.h"
 #include "sim/machinestate.h"
 #include "sim/portdialogs.h"
@@ -9,21 +9,11 @@
 #include "tools/form2.h"
 #include "tools/form20.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCheckBox>
-#include <QFile>
-#include <QImage>
-#include <QKeyEvent>
-#include <QLineEdit>
-#include <QScreen>
-#include <QScrollBar>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTimer>
-#include <QWheelEvent>
+#include <QtTest>
+#include <QtWidgets>
 
+#include "tests/common/datatable.h"
+#include "tests/common/dialogdriver.h"
 #include "tests/common/shot.h"
 
 #include <gtest/gtest.h>
@@ -33,8 +23,6 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 using namespace kelvane;
@@ -64,30 +52,23 @@ QPointF cellunits(int row, int column)
 // "<Down*3>" a key held (auto-repeat release/press pairs between); other words are typed.
 void typekeys(QWidget* window, const std::string& script)
 {
-    const std::vector<std::pair<std::string, Qt::Key>> keys = {{"Enter", Qt::Key_Return}, {"Esc", Qt::Key_Escape},
+    const std::map<std::string, Qt::Key> keys = {{"Enter", Qt::Key_Return}, {"Esc", Qt::Key_Escape},
         {"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up}, {"Down", Qt::Key_Down}};
-    const auto target = [window] { return QApplication::focusWidget() ? QApplication::focusWidget() : window; };
     std::istringstream in(script);
     for (std::string word; in >> word;) {
+        QWidget* target = QApplication::focusWidget() ? QApplication::focusWidget() : window;
         if (word.front() != '<') {
-            QTest::keyClicks(target(), QString::fromStdString(word));
+            QTest::keyClicks(target, QString::fromStdString(word));
             continue;
         }
-        const auto star = word.find('*');
-        const int held = star == std::string::npos ? 1 : std::stoi(word.substr(star + 1));
-        Qt::Key key = Qt::Key_unknown;
-        for (const auto& [name, k] : keys)
-            key = word.substr(1, name.size()) == name ? k : key;
-        auto send = [&](QEvent::Type type, bool repeat) {
-            QKeyEvent e(type, key, Qt::NoModifier, key == Qt::Key_Return ? "\r" : "", repeat);
-            QApplication::sendEvent(target(), &e);
-        };
-        send(QEvent::KeyPress, false);
-        for (int i = 1; i < held; ++i) {
-            send(QEvent::KeyRelease, true);
-            send(QEvent::KeyPress, true);
+        const auto end = word.find_first_of("*>");
+        const Qt::Key key = keys.at(word.substr(1, end - 1));
+        const int held = word[end] == '*' ? std::stoi(word.substr(end + 1)) : 1;
+        for (int i = 0; i < 2 * held; ++i) { // press, (release, press)..., release
+            QKeyEvent e(i % 2 ? QEvent::KeyRelease : QEvent::KeyPress, key, Qt::NoModifier,
+                        key == Qt::Key_Return ? "\r" : "", i > 0 && i < 2 * held - 1);
+            QApplication::sendEvent(QApplication::focusWidget() ? QApplication::focusWidget() : window, &e);
         }
-        send(QEvent::KeyRelease, false);
     }
 }
 
@@ -134,115 +115,78 @@ public:
         main->action(name.c_str())->trigger();
     }
     static void program(const std::vector<int32_t>& bytes) { std::copy(bytes.begin(), bytes.end(), st().mem.begin()); }
+    void run(int rate, int ms) // the filler at a rate, stopped after ms
+    {
+        program(filler);
+        act("menuspeed" + std::to_string(rate));
+        QTimer::singleShot(ms, [this] { act("menustop"); });
+        act("menustart");
+    }
 
     std::unique_ptr<Form1> main;
 };
 
-// ---------------------------------------------------------------------------------------------
-
-struct Walk {
-    const char* name;
-    bool ports;                                      // the I/O Ports Editor, else the Memory Editor
-    int top, row, column;                            // view's top row; cell clicked (-1: none)
-    const char* keys;
-    std::vector<std::pair<int32_t, int32_t>> writes; // (address or port, value)
-    int boxrow, boxcolumn, topafter;                 // where the box stands after (-1: hidden)
-};
-
-const Walk walks[] = {
-    {"empty Enter writes 00", false, 0, 0, 0, "<Enter>", {{0x00, 0x00}}, 0, 1, 0},
-    {"A writes 0A", false, 0, 2, 3, "A <Enter>", {{0x23, 0x0A}}, 2, 4, 0},
-    {"ff writes FF", false, 0, 2, 3, "ff <Enter>", {{0x23, 0xFF}}, 2, 4, 0},
-    {"G1 hides the box silently", false, 0, 2, 3, "G1 <Enter>", {}, -1, -1, 0},
-    {"three characters keep two", false, 0, 2, 3, "123 <Enter>", {{0x23, 0x12}}, 2, 4, 0},
-    {"held Enter fills zeros", false, 0, 0, 14, "<Enter*4>", {{0x0E, 0}, {0x0F, 0}, {0x10, 0}, {0x11, 0}}, 1, 2, 0},
-    {"Enter with no entry open", false, 0x20, -1, -1, "<Enter> 4 <Enter>", {{0x200, 4}}, 0, 1, 0x20},
-    {"an arrow drops what was typed", false, 0, 5, 5, "7 <Left>", {}, 5, 4, 0},
-    {"left never wraps", false, 0, 5, 0, "<Left>", {}, 5, 0, 0},
-    {"right never wraps", false, 0, 5, 15, "<Right>", {}, 5, 15, 0},
-    {"right, then an entry", false, 0, 5, 5, "<Right> 9 <Enter>", {{0x56, 0x09}}, 5, 7, 0},
-    {"a held arrow moves one cell", false, 0, 5, 5, "<Down*4>", {}, 6, 5, 0},
-    {"Esc stores nothing", false, 0, 4, 4, "5 <Esc>", {}, -1, -1, 0},
-    {"up at the top of memory stays", false, 0, 0, 4, "<Up>", {}, 0, 4, 0},
-    {"up at the view's top scrolls", false, 10, 0, 4, "<Up> 3 <Enter>", {{9 * 16 + 4, 3}}, 0, 5, 9},
-    {"down at the view's bottom scrolls", false, 0, 15, 2, "<Down> 4 <Enter>", {{0x102, 4}}, 15, 3, 1},
-    {"down on the last page stays", false, 4080, 15, 2, "<Down>", {}, 15, 2, 4080},
-    {"last cell of the last page: on to FF00", false, 4080, 15, 15, "<Enter> <Enter>", {{0xFFFF, 0}, {0xFF00, 0}}, 0, 1, 4080},
-    {"last cell elsewhere: a row on", false, 0, 15, 15, "<Enter> <Enter>", {{0xFF, 0}, {0x100, 0}}, 15, 1, 1},
-    {"column 16 is the next row's first byte", false, 0, 3, 16, "5 <Enter>", {{0x40, 5}}, 4, 0, 0},
-    {"column 16 of the last page is 65536", false, 4080, 15, 16, "<Enter>", {{65536, 0}}, 0, 0, 4080},
-    {"left from column 16", false, 0, 3, 16, "<Left> 1 <Enter>", {{0x3F, 1}}, 4, 0, 0},
-    {"right in column 16 stays", false, 0, 3, 16, "<Right>", {}, 3, 16, 0},
-    {"down from column 16", false, 0, 3, 16, "<Down> 6 <Enter>", {{0x50, 6}}, 5, 0, 0},
-    {"port: empty Enter writes 00", true, 0, 0, 0, "<Enter>", {{0, 0}}, 0, 1, 0},
-    {"port: Enter with no entry open", true, 0, -1, -1, "<Enter> 5 <Enter>", {{0, 5}}, 0, 1, 0},
-    {"port: last port, on to port 00", true, 0, 15, 15, "<Enter> 1 <Enter>", {{255, 0}, {0, 1}}, 0, 1, 0},
-    {"port: up at row 0 stays", true, 0, 0, 3, "<Up>", {}, 0, 3, 0},
-    {"port: down at row 15 stays", true, 0, 15, 3, "<Down>", {}, 15, 3, 0},
-    {"port: column 16 is the next row's first", true, 0, 3, 16, "7 <Enter>", {{0x40, 7}}, 4, 0, 0},
-    {"port: no port 256 below column 16", true, 0, 14, 16, "<Down> 8 <Enter>", {{0xF0, 8}}, 15, 0, 0},
-    {"port: column 16 of the last row is no cell", true, 0, 15, 16, "", {}, -1, -1, 0},
-    {"port: G1 hides the box", true, 0, 2, 2, "G1 <Enter>", {}, -1, -1, 0},
-};
-
 TEST_F(Editors, EntryWalks)
 {
-    for (const Walk& w : walks) {
-        SCOPED_TRACE(w.name);
+    const auto cell = [](const QString& s) { return s == "-" ? QPoint(-1, -1) : QPoint(s.section(',', 0, 0).toInt(), s.section(',', 1).toInt()); };
+    for (const QStringList& w : test::datatable("tools/editorwalks.txt")) {
+        ASSERT_EQ(w.size(), 8);
+        SCOPED_TRACE(w[0].toStdString());
         fresh();
-        Form2* memory = w.ports ? nullptr : open<Form2>();
+        const bool ports = w[1] == "p";
+        const QPoint click = cell(w[3]), box = cell(w[6]);
+        Form2* memory = ports ? nullptr : open<Form2>();
         HexEditorWindow* editor = memory ? static_cast<HexEditorWindow*>(memory) : open<Form20>();
         if (memory)
-            memory->scrollbar()->setValue(w.top);
-        if (w.row >= 0)
-            editor->tabla_MouseUp(cellunits(w.row, w.column));
-        typekeys(editor, w.keys);
-        auto expected = std::make_unique<MachineState>(); // nothing else written, in mem or ports
-        expected->mem.fill(memfill);
-        expected->ports.fill(portfill);
-        for (const auto& [at, value] : w.writes)
-            (w.ports ? expected->ports[static_cast<size_t>(at)] : expected->mem[static_cast<size_t>(at)]) = value;
-        EXPECT_TRUE(st().mem == expected->mem && st().ports == expected->ports);
-        ASSERT_EQ(editor->entryopen(), w.boxrow >= 0);
-        if (w.boxrow >= 0) {
-            EXPECT_EQ(std::make_pair(editor->entryrow(), editor->entrycolumn()), std::make_pair(w.boxrow, w.boxcolumn));
+            memory->scrollbar()->setValue(w[2].toInt());
+        if (click.x() >= 0)
+            editor->tabla_MouseUp(cellunits(click.x(), click.y()));
+        typekeys(editor, w[4].toStdString());
+        auto mem = st().mem; // nothing else written, in memory or ports
+        auto port = st().ports;
+        mem.fill(memfill), port.fill(portfill);
+        std::vector<std::pair<int32_t, int32_t>> writes;
+        for (const QString& p : w[5].split(' ', Qt::SkipEmptyParts)) {
+            writes.emplace_back(p.section('=', 0, 0).toInt(nullptr, 16), p.section('=', 1).toInt(nullptr, 16));
+            (ports ? port[static_cast<size_t>(writes.back().first)] : mem[static_cast<size_t>(writes.back().first)]) = writes.back().second;
+        }
+        EXPECT_TRUE(st().mem == mem && st().ports == port);
+        ASSERT_EQ(editor->entryopen(), box.x() >= 0);
+        if (box.x() >= 0) {
+            EXPECT_EQ(QPoint(editor->entryrow(), editor->entrycolumn()), box);
             EXPECT_TRUE(editor->entrybox()->hasFocus() && editor->entrybox()->text().isEmpty());
-            QRect over = editor->grid()->entryrect(w.boxrow, w.boxcolumn);
+            QRect over = editor->grid()->entryrect(box.x(), box.y());
             over.moveTopLeft(editor->grid()->mapTo(editor, over.topLeft()));
             EXPECT_EQ(editor->entrybox()->geometry(), over);
         }
         if (memory)
-            EXPECT_EQ(memory->toprow(), w.topafter);
-        for (const auto& [at, value] : w.writes) { // shown at once
-            const int32_t cell = memory ? at - memory->toprow() * 16 : at;
-            if (cell >= 0 && cell < 256)
-                EXPECT_EQ(editor->grid()->shownvalue(cell), value) << at;
+            EXPECT_EQ(memory->toprow(), w[7].toInt());
+        for (const auto& [at, value] : writes) { // shown at once
+            const int32_t shown = memory ? at - memory->toprow() * 16 : at;
+            if (shown >= 0 && shown < 256)
+                EXPECT_EQ(editor->grid()->shownvalue(shown), value) << at;
         }
     }
 }
 
 TEST_F(Editors, ClickMap)
 {
-    const HexCell none;
-    const std::vector<std::pair<QPointF, HexCell>> units = {{{0, 0}, none}, {{629.9, 100}, none}, {{630, 100}, none},
-        {{630.1, 0}, {0, 0}}, {{944.9, 224.9}, {0, 0}}, {{945, 225}, {1, 1}}, {{5669.9, 10}, {0, 15}},
-        {{5670, 10}, {0, 16}}, {{5714, 3599}, {15, 16}}, {{5715, 10}, none}, {{700, 3599.9}, {15, 0}},
-        {{700, 3600}, none}, {{700, -0.5}, none}};
-    for (const auto& [p, cell] : units)
-        EXPECT_TRUE(hexcellat(p.x(), p.y()) == cell) << p.x() << "," << p.y();
     for (int row = 0; row < 16; ++row) // the sliver on every row
         EXPECT_TRUE(hexcellat(5700, 225.0 * row + 200) == (HexCell{row, 16})) << row;
-    // Real clicks, in characters and lines from the table's first character, by the font's metrics.
     Form2* memory = open<Form2>();
     HexGrid* grid = memory->grid();
     const QPoint origin = grid->cellrect(0, 0).topLeft() - QPoint(6 * grid->characterwidth(), 0);
-    const std::vector<std::pair<QPointF, HexCell>> clicks = {
-        {{8.9, 0.5}, {0, 0}}, {{9.1, 3.5}, {3, 1}}, {{53.5, 15.5}, {15, 15}}, {{54.2, 2.5}, {2, 16}}, {{5.5, 4.5}, none}};
-    for (const auto& [at, cell] : clicks) {
+    for (const QStringList& c : test::datatable("tools/clickmap.txt")) {
+        ASSERT_EQ(c.size(), 4);
+        const double x = c[1].toDouble(), y = c[2].toDouble();
+        const HexCell cell = c[3] == "-" ? HexCell{} : HexCell{c[3].section(',', 0, 0).toInt(), c[3].section(',', 1).toInt()};
+        if (c[0] == "units") {
+            EXPECT_TRUE(hexcellat(x, y) == cell) << x << "," << y;
+            continue;
+        }
         memory->ontopbox()->setFocus(); // no entry open
-        QTest::mouseClick(grid, Qt::LeftButton, {},
-                          origin + QPoint(qRound(at.x() * grid->characterwidth()), qRound(at.y() * grid->lineheight())));
-        EXPECT_TRUE((memory->entryopen() ? HexCell{memory->entryrow(), memory->entrycolumn()} : none) == cell) << at.x();
+        QTest::mouseClick(grid, Qt::LeftButton, {}, origin + QPoint(qRound(x * grid->characterwidth()), qRound(y * grid->lineheight())));
+        EXPECT_TRUE((memory->entryopen() ? HexCell{memory->entryrow(), memory->entrycolumn()} : HexCell{}) == cell) << x;
     }
 }
 
@@ -255,25 +199,14 @@ TEST_F(Editors, TheTableFollowsByCause)
         for (int i = 0; i < steps; ++i)
             act("menustep");
     };
-    auto run = [this](int rate) {
-        program(filler);
-        act("menuspeed" + std::to_string(rate));
-        QTimer::singleShot(300, [this] { act("menustop"); });
-        act("menustart");
-    };
     auto in77 = [&] { // the IN prompt answered 77
         st().optinprompt = "ON";
         step(3);
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [&timer] {
-            for (QWidget* w : QApplication::topLevelWidgets())
-                if (auto* d = qobject_cast<InEntryDialog*>(w); d && d->isVisible() && timer.isActive()) {
-                    timer.stop();
-                    d->text1()->setText("77");
-                    d->enterclicked();
-                }
+        test::DialogDriver driver;
+        driver.on<InEntryDialog>([](InEntryDialog* d) {
+            d->text1()->setText("77");
+            d->enterclicked();
         });
-        timer.start(10);
         act("menustep");
     };
     auto load = [this] {
@@ -283,21 +216,20 @@ TEST_F(Editors, TheTableFollowsByCause)
         f.close();
         loadchosenfile(st(), main.get(), toolrouter().maincommands.filemenuhooks(), f.fileName(), 1);
     };
-    struct Cause {
+    const struct {
         const char* name;
         std::function<void(Form2*)> act;
         bool port; // the cell shows a port, else memory
         int cell;
         bool always; // also with the refresh option off
-    };
-    const Cause causes[] = {
+    } causes[] = {
         {"Step writes memory", [&](Form2*) { step(2); }, false, 0x20, false},
         {"Step does OUT", [&](Form2*) { step(3); }, true, 3, false},
         {"Step does IN", [&](Form2*) { in77(); }, true, 4, false},
-        {"rate 5, memory", [&](Form2*) { run(5); }, false, 0x21, false},
-        {"rate 5, OUT", [&](Form2*) { run(5); }, true, 3, false},
-        {"rate 6, memory", [&](Form2*) { run(6); }, false, 0x21, false},
-        {"rate 6, OUT", [&](Form2*) { run(6); }, true, 3, false},
+        {"rate 5, memory", [this](Form2*) { run(5, 300); }, false, 0x21, false},
+        {"rate 5, OUT", [this](Form2*) { run(5, 300); }, true, 3, false},
+        {"rate 6, memory", [this](Form2*) { run(6, 300); }, false, 0x21, false},
+        {"rate 6, OUT", [this](Form2*) { run(6, 300); }, true, 3, false},
         {"Clear", [this](Form2*) { menuclear_Click(st(), main.get(), toolrouter().maincommands.filemenuhooks()); },
          false, 0x30, false},
         {"Load", [&](Form2*) { load(); }, false, 0x30, false},
@@ -305,7 +237,7 @@ TEST_F(Editors, TheTableFollowsByCause)
         {"Timer1, ports", [](Form2*) { st().ports[0x31] = 0x67; QTest::qWait(650); }, true, 0x31, true},
         {"scroll", [](Form2* m) { st().mem[0x130] = 0x68; m->scrollbar()->setValue(0x10); }, false, 0x30, true},
     };
-    for (const Cause& c : causes) {
+    for (const auto& c : causes) {
         for (const bool on : {true, false}) {
             SCOPED_TRACE(std::string(c.name) + (on ? " ON" : " OFF"));
             fresh();
@@ -339,7 +271,6 @@ TEST_F(Editors, RepaintsAtTheFramesPaceDuringARunAndNoneWhenIdle)
         fresh();
         Form2* memory = open<Form2>();
         Form20* ports = open<Form20>();
-        program(filler);
         std::set<int32_t> seenmemory, seenports;
         QTimer sample;
         QObject::connect(&sample, &QTimer::timeout, [&] {
@@ -348,9 +279,7 @@ TEST_F(Editors, RepaintsAtTheFramesPaceDuringARunAndNoneWhenIdle)
         });
         sample.start(25);
         const long before = memory->grid()->paints();
-        act("menuspeed" + std::to_string(rate));
-        QTimer::singleShot(400, [this] { act("menustop"); });
-        act("menustart");
+        run(rate, 400);
         EXPECT_GE(std::min(seenmemory.size(), seenports.size()), 3u);
         EXPECT_GE(memory->grid()->paints() - before, 3); // never once per instruction
         EXPECT_LT(memory->grid()->paints() - before, 400 / 8);
@@ -372,12 +301,11 @@ public:
 
 TEST_F(Editors, APortEntryReachesTheInputDevicesOnThatPort)
 {
-    struct Row {
+    const struct {
         bool enabled, input, sameport, devicewindow, takes;
-    };
-    const Row rows[] = {{true, true, true, true, true}, {true, true, true, false, true}, {false, true, true, true, false},
-                        {true, false, true, true, false}, {true, true, false, true, false}};
-    for (const Row& r : rows) {
+    } rows[] = {{true, true, true, true, true}, {true, true, true, false, true}, {false, true, true, true, false},
+                {true, false, true, true, false}, {true, true, false, true, false}};
+    for (const auto& r : rows) {
         SCOPED_TRACE(testing::Message() << r.enabled << r.input << r.sameport << r.devicewindow);
         fresh();
         for (size_t n : {2u, 4u}) { // two devices alike: both take the value, in order
