@@ -7,7 +7,7 @@ pkgs=(build-essential cmake ninja-build pkg-config
       libgtest-dev googletest
       dbus dbus-x11 xvfb xauth
       libsystemd-dev python3-dbus python3-gi python3-gi-cairo gir1.2-gtk-3.0
-      clang libclang-rt-dev
+      clang libclang-rt-dev lld
       srecord python3
       libcli11-dev nlohmann-json3-dev
       poppler-utils

@@ -7,6 +7,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_asm >/dev/null   # benchmarks are built on demand
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 python3 "$here/../asm/gen_source.py" 200000 20000 "$work/good.asm" > /dev/null

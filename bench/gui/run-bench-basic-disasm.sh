@@ -8,6 +8,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_basic kelvane_bench_disasmwin >/dev/null   # benchmarks are built on demand
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 python3 "$here/../basic/gen_program.py" 20000 2000 "$work/bench.bas" > /dev/null

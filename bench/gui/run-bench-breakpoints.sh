@@ -9,6 +9,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_breakpoints >/dev/null   # benchmarks are built on demand
 seconds=${2:-3}
 outer=${3:-200}
 work=$(mktemp -d)

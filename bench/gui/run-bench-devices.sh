@@ -6,6 +6,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_devices >/dev/null   # benchmarks are built on demand
 seconds=${2:-5}
 megabytes=${3:-100}
 work=$(mktemp -d)

@@ -6,6 +6,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_form17 >/dev/null   # benchmarks are built on demand
 samples=${2:-200}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -18,6 +18,7 @@ while [ $# -gt 0 ]; do
   esac
 done
 build=${positional[0]:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_gui >/dev/null   # benchmarks are built on demand
 seconds=${positional[1]:-5}
 rate=${positional[2]:-6}
 work=$(mktemp -d)

@@ -9,6 +9,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_log >/dev/null   # benchmarks are built on demand
 seconds=${2:-5}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

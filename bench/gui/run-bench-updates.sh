@@ -6,6 +6,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=${1:-$here/../../build}
+cmake --build "$build" --target kelvane_bench_updates >/dev/null   # benchmarks are built on demand
 megabytes=${2:-5}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -8,6 +8,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../../build}" && pwd)
+cmake --build "$build" --target kelvane_bench_modules kelvane_example_counter >/dev/null   # benchmarks are built on demand
 seconds=${2:-3}
 rounds=${3:-3}
 work=$(mktemp -d)
