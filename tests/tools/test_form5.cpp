@@ -1,7 +1,6 @@
-// The Peripheral Devices window offscreen: the port prompt's answers, OUT and IN through the real
-// port path with the window open and closed, lamps by mouse and keyboard, direction changes, off
-// and on again, the value text, the fourteen settings, the terminal's lines, Clear and off, and a
-// run at Ultimate rate that stops with lamps and text current.
+// The Peripheral Devices window offscreen: the port prompt, OUT and IN with the window open and
+// closed, lamps by mouse and keyboard, directions, the value text, the settings, the terminal and
+// a run at Ultimate rate that stops with lamps and text current.
 #include "core/execute.h"
 #include "core/hexutil.h"
 #include "shell/messages.h"
@@ -9,7 +8,9 @@
 #include "sim/machinestate.h"
 #include "sim/portdialogs.h"
 #include "sim/settings.h"
-#include "sim/toolrouter.h"
+#include "tests/common/datatable.h"
+#include "tests/common/shot.h"
+#include "tests/common/windowtest.h"
 #include "tools/form5.h"
 #include "tools/form5lamp.h"
 #include "tools/form5terminal.h"
@@ -17,16 +18,11 @@
 #include <QTest>
 #include <QtWidgets>
 
-#include "tests/common/dialogdriver.h"
-#include "tests/common/shot.h"
-
 #include <gtest/gtest.h>
 
 #include <map>
 #include <memory>
-#include <string>
 #include <tuple>
-#include <vector>
 
 using namespace kelvane;
 
@@ -37,23 +33,6 @@ MachineState& st() { return machinestate(); }
 // The machine's device calls go to the router, as the main window's hooks send them.
 class RoutedHooks : public MachineHooks {
     void devicerefresh(MachineState&, int n, int32_t value) override { toolrouter().devicerefresh(n, value); }
-};
-
-// Answers the next port prompt with a text and OK (or Cancel), and keeps what it showed.
-struct PortAnswer {
-    PortAnswer(const QString& text, bool ok)
-    {
-        QObject::connect(&timer, &QTimer::timeout, [this, text, ok] {
-            if (auto* d = qobject_cast<QInputDialog*>(QApplication::activeModalWidget()); d && shown.isEmpty()) {
-                shown = d->windowTitle() + "|" + d->labelText();
-                d->setTextValue(text);
-                ok ? d->accept() : d->reject();
-            }
-        });
-        timer.start(5);
-    }
-    QString shown;
-    QTimer timer;
 };
 
 class Form5Test : public ::testing::Test {
@@ -76,12 +55,21 @@ protected:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         ASSERT_TRUE(form.isNull());
     }
-    // Turns device n (5: the terminal) on at a port by its toggle; an input device by its option.
+    // Clicks device n's toggle (5: the terminal's) and answers the port prompt; returns its title|text.
+    QString toggle(int n, const QString& port, bool ok = true)
+    {
+        QString shown;
+        driver.on<QInputDialog>([&shown, port, ok](QInputDialog* d) {
+            shown = d->windowTitle() + "|" + d->labelText();
+            d->setTextValue(port);
+            ok ? d->accept() : d->reject();
+        });
+        form->commandclick(n);
+        return shown;
+    }
     void turnon(int n, const QString& port, bool input = false)
     {
-        PortAnswer answer(port, true);
-        form->commandclick(n);
-        ASSERT_FALSE(answer.shown.isEmpty());
+        ASSERT_FALSE(toggle(n, port).isEmpty());
         if (input)
             form->optionin(n)->click();
     }
@@ -91,9 +79,9 @@ protected:
         int32_t lamps = 0;
         for (int b = 0; b < 8; ++b)
             lamps += form->lamp(n, b)->lit() ? 1 << b : 0;
-        EXPECT_EQ(st().devvalue[static_cast<size_t>(n)], v) << "device " << n;
-        EXPECT_EQ(lamps, v) << "device " << n;
-        EXPECT_EQ(form->label(n)->text().toStdString(), hexbyte(v) + "H") << "device " << n;
+        EXPECT_EQ(std::tuple(st().devvalue[static_cast<size_t>(n)], lamps, form->label(n)->text().toStdString()),
+                  std::tuple(v, v, hexbyte(v) + "H"))
+            << "device " << n;
     }
     void press(int n, int bit, QPoint at = {}) { QTest::mouseClick(form->lamp(n, bit), Qt::LeftButton, {}, at); }
     void out(int port, const std::string& bytes)
@@ -104,6 +92,7 @@ protected:
 
     RoutedHooks hooks;
     QPointer<Form5> form;
+    test::DialogDriver driver;
 };
 
 } // namespace
@@ -115,88 +104,67 @@ TEST_F(Form5Test, PortPromptAnswers)
                           {"G1", true, -1, true},  {"123", true, -1, true}, {" ", true, -1, true},
                           {"7", true, 0x07, false}, {"a5", true, 0xA5, false}, {"00", true, 0x00, false}};
     for (int n : {1, 5}) {
+        const bool term = n == 5;
         for (const Case& c : cases) {
             SCOPED_TRACE(std::string(c.answer) + (c.ok ? " OK, device " : " Cancel, device ") + std::to_string(n));
-            test::BoxCloser boxes;
-            PortAnswer answer(c.answer, c.ok);
-            form->commandclick(n);
-            QCoreApplication::processEvents();
-            EXPECT_EQ(answer.shown, titletext() + "|Enter I/O port number for this device [00-FF].");
-            EXPECT_EQ(boxes.texts, c.wrong ? std::vector<QString>{"Wrong entry."} : std::vector<QString>{});
+            driver.texts.clear();
+            EXPECT_EQ(toggle(n, c.answer, c.ok), titletext() + "|Enter I/O port number for this device [00-FF].");
+            EXPECT_EQ(driver.texts, c.wrong ? std::vector<QString>{"Wrong entry."} : std::vector<QString>{});
             const bool on = c.port >= 0;
-            EXPECT_EQ(n == 5 ? st().termenabled : st().devenabled[1], on);
-            EXPECT_EQ(n == 5 ? st().termport : st().devport[1], on ? c.port : 0);
-            EXPECT_EQ(form->command(n)->text(), on ? "ON" : "OFF");
             const QString caption = on ? QString::fromStdString("I/O port " + hexbyte(c.port) + "H") : "I/O port";
-            EXPECT_EQ(n == 5 ? form->label(10)->text() : form->frame(1)->title(), caption);
-            EXPECT_EQ(n == 5 ? form->command6()->isEnabled() : form->frame(1)->isEnabled(), on);
+            EXPECT_EQ(std::tuple(term ? st().termenabled : st().devenabled[1], term ? st().termport : st().devport[1],
+                                 form->command(n)->text(), term ? form->label(10)->text() : form->frame(1)->title(),
+                                 term ? form->command6()->isEnabled() : form->frame(1)->isEnabled()),
+                      std::tuple(on, on ? c.port : 0, QString(on ? "ON" : "OFF"), caption, on));
             if (on)
                 form->commandclick(n); // off again for the next case
         }
     }
 }
 
-// OUT and IN through the port path, the devices set up as each row says.
-TEST_F(Form5Test, PortPathWithTheWindowOpen)
+// OUT and IN through the port path with the window open, then closed: what the devices show.
+TEST_F(Form5Test, PortPathWithTheWindowOpenAndClosed)
 {
-    struct Dev { int n; bool input; const char* port; int32_t value; }; // an input's value is set by its lamps
-    // The terminal's port (or none); OUT or IN at port with value; ports[port] afterwards (0x55 before
-    // an OUT), the values of devices 1-4 and the terminal's text.
-    struct Case { std::vector<Dev> devices; const char* terminal; bool out; int32_t port, value, ports;
-                  std::vector<int32_t> shown; const char* termtext; };
-    const Case cases[] = {
-        {{{1, false, "10", 0}}, nullptr, true, 0x10, 0x3C, 0x55, {0x3C, 0, 0, 0}, ""},
-        {{{1, false, "10", 0}}, nullptr, true, 0x11, 0x3C, 0x3C, {0, 0, 0, 0}, ""},
-        {{{2, true, "20", 0x81}}, nullptr, false, 0x20, 0, 0x81, {0, 0x81, 0, 0}, ""},
-        {{{2, true, "20", 0x81}}, nullptr, true, 0x20, 7, 7, {0, 0x81, 0, 0}, ""}, // OUT to an input device's port
-        {{{1, false, "30", 0}, {3, false, "30", 0}}, "30", true, 0x30, 0x41, 0x55, {0x41, 0, 0x41, 0}, "A"},
-        {{}, "31", true, 0x31, 0xE9, 0x55, {0, 0, 0, 0}, "\xE9"},
-        {{{1, false, "40", 0}, {4, true, "40", 0x99}}, nullptr, false, 0x40, 0, 0x99, {0, 0, 0, 0x99}, ""},
+    turnon(1, "30");
+    turnon(3, "30");
+    turnon(2, "20", true);
+    press(2, 0);
+    press(2, 7);
+    turnon(4, "40", true);
+    turnon(5, "30");
+    st().ports[0x40] = 0x99;
+    // OUT of a value, or IN (-1), at a port; then the port, what devices 1-4 show and the terminal's text.
+    struct Step { int32_t port, value, ports; std::array<int32_t, 4> shown; const char* termtext; };
+    const Step steps[] = {
+        {0x20, -1, 0x81, {0, 0x81, 0, 0}, ""},          // the input device's lamps set its port
+        {0x40, -1, 0x99, {0, 0x81, 0, 0x99}, ""},       // IN shows what the port holds
+        {0x30, 0x41, 0, {0x41, 0x81, 0x41, 0x99}, "A"}, // two output devices and the terminal take it, the port doesn't
+        {0x20, 7, 7, {0x41, 0x81, 0x41, 0x99}, "A"},    // OUT to an input device's port: the port only
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        TearDown();
-        SetUp();
-        for (const Dev& d : c.devices) {
-            turnon(d.n, d.port, d.input);
-            for (int b = 0; b < 8; ++b)
-                if (d.value & (1 << b))
-                    press(d.n, b);
-        }
-        if (c.terminal)
-            turnon(5, c.terminal);
-        if (c.out) {
-            st().ports[static_cast<size_t>(c.port)] = 0x55;
-            portwrite(st(), hooks, c.port, c.value);
-        } else {
-            EXPECT_EQ(portread(st(), hooks, c.port), c.ports);
-        }
-        EXPECT_EQ(st().ports[static_cast<size_t>(c.port)], c.ports);
+    for (const Step& s : steps) {
+        SCOPED_TRACE(s.port);
+        if (s.value < 0)
+            EXPECT_EQ(portread(st(), hooks, s.port), s.ports);
+        else
+            portwrite(st(), hooks, s.port, s.value);
+        EXPECT_EQ(st().ports[static_cast<size_t>(s.port)], s.ports);
         for (int n = 1; n <= 4; ++n)
-            expectshown(n, c.shown[static_cast<size_t>(n - 1)]);
-        EXPECT_EQ(st().termtext, c.termtext);
+            expectshown(n, s.shown[static_cast<size_t>(n - 1)]);
+        EXPECT_EQ(st().termtext, s.termtext);
         EXPECT_EQ(form->terminal()->lines().indexed(), st().termtext.size());
     }
-}
-
-TEST_F(Form5Test, ClosedWindowLeavesTheDevicesWorking)
-{
-    turnon(1, "10");
-    turnon(2, "20", true);
-    press(2, 6);
-    turnon(5, "01");
+    // Closed, the devices go on working, and the next window shows them as they are.
     close();
     EXPECT_FALSE(st().Form5);
-    out(0x10, "\xA7");
-    out(0x01, "ok");
-    EXPECT_EQ(st().ports[0x10], 0);
-    EXPECT_EQ(portread(st(), hooks, 0x20), 0x40);
-    open(); // reads the settings written at the close
-    expectshown(1, 0xA7);
-    expectshown(2, 0x40);
-    EXPECT_TRUE(form->optionin(2)->isChecked());
+    out(0x30, "\xA7");
+    st().ports[0x20] = 0x42;
+    EXPECT_EQ(portread(st(), hooks, 0x20), 0x42);
+    open();
+    for (auto [n, value] : {std::pair{1, 0xA7}, std::pair{2, 0x42}, std::pair{3, 0xA7}, std::pair{4, 0x99}})
+        expectshown(n, value);
+    EXPECT_TRUE(form->optionin(2)->isChecked() && form->optionin(4)->isChecked());
     EXPECT_EQ(form->terminal()->lines().indexed(), 2u);
-    EXPECT_EQ(form->label(10)->text(), "I/O port 01H");
+    EXPECT_EQ(form->label(10)->text(), "I/O port 30H");
 }
 
 TEST_F(Form5Test, LampsDirectionOffAndOnAgainAndTheValueText)
@@ -233,9 +201,7 @@ TEST_F(Form5Test, LampsDirectionOffAndOnAgainAndTheValueText)
     // An input device's value text asks for a value; a cancelled entry gives 0 as an entered 0 does.
     form->optionin(2)->click();
     for (auto [typed, value] : {std::pair{"C3", 0xC3}, std::pair{"7", 0x07}, std::pair{"", 0}}) {
-        QTimer::singleShot(20, [typed = typed] {
-            auto* d = qobject_cast<HexValueDialog*>(QApplication::activeModalWidget());
-            ASSERT_NE(d, nullptr);
+        driver.on<HexValueDialog>([typed = typed](HexValueDialog* d) {
             d->text1()->setText(typed);
             *typed ? d->enterclicked() : d->reject();
         });
@@ -248,16 +214,10 @@ TEST_F(Form5Test, LampsDirectionOffAndOnAgainAndTheValueText)
 
 TEST_F(Form5Test, SettingsReadAtLoadAndWrittenAtUnload)
 {
-    std::vector<std::string> names;
-    for (int n = 1; n <= 4; ++n)
-        for (const char* rest : {"", " Input", " Port Number"})
-            names.push_back("Device " + std::to_string(n) + rest);
-    names.insert(names.end(), {"Device 5", "Device 5 Port Number"});
-    // Only the exact text "ON" turns something on; a port outside 0-255 reads as 0.
-    const char* saved[] = {"ON", "OFF", "16", "ON", "ON", "255", "on", "OFF", "0", "ON", "OFF", "300", "ON", "128"};
+    const std::vector<QStringList> settings = test::datatable("form5/settings.txt");
     close();
-    for (size_t i = 0; i < 14; ++i)
-        regwrite(names[i], saved[i]);
+    for (const QStringList& r : settings)
+        regwrite(r[0].toStdString(), r[1].toStdString());
     st().ports[255] = 0x2D;
     open();
     EXPECT_EQ(st().devenabled, (std::array<bool, 5>{false, true, true, false, true}));
@@ -272,9 +232,8 @@ TEST_F(Form5Test, SettingsReadAtLoadAndWrittenAtUnload)
     form->commandclick(5);
     turnon(3, "3f", true);
     close();
-    const char* written[] = {"OFF", "OFF", "0", "ON", "OFF", "255", "ON", "ON", "63", "ON", "OFF", "0", "OFF", "0"};
-    for (size_t i = 0; i < 14; ++i)
-        EXPECT_EQ(regread(names[i], "?"), written[i]) << names[i];
+    for (const QStringList& r : settings)
+        EXPECT_EQ(regread(r[0].toStdString(), "?"), r[2].toStdString()) << r[0].toStdString();
     EXPECT_NE(regread("Window5 Left", "?"), "?");
 }
 
@@ -299,19 +258,15 @@ TEST_F(Form5Test, TerminalTextClearAndOff)
 
 TEST(TerminalLines, BreaksWrappingAndRows)
 {
+    // The texts appended one after the other (an empty one empties the text), the columns, the
+    // lengths of the lines and the number of rows.
     struct Case { std::vector<std::string> appends; int columns; std::vector<size_t> lengths; size_t rows; };
-    // (an empty append empties the text)
     const Case cases[] = {
-        {{""}, 80, {0}, 1},
-        {{"ab\r\ncd"}, 80, {2, 2}, 2},
-        {{"ab\rcd"}, 80, {2, 2}, 2},
-        {{"ab\n\rcd"}, 80, {2, 0, 2}, 3},
-        {{"ab\r", "\ncd"}, 80, {2, 2}, 2},
-        {{"ab\r", "\n", "\n"}, 80, {2, 0, 0}, 3},
-        {{"abcdefghij", "\rxy"}, 4, {10, 2}, 4},
-        {{"abcd"}, 4, {4}, 1},
-        {{"a\tb\x01\x7f\x85\xff"}, 3, {7}, 3},
-        {{"abc", "", "x"}, 80, {1}, 1},
+        {{""}, 80, {0}, 1},                 {{"ab\r\ncd"}, 80, {2, 2}, 2},
+        {{"ab\rcd"}, 80, {2, 2}, 2},        {{"ab\n\rcd"}, 80, {2, 0, 2}, 3},
+        {{"ab\r", "\ncd"}, 80, {2, 2}, 2},  {{"ab\r", "\n", "\n"}, 80, {2, 0, 0}, 3},
+        {{"abcd"}, 4, {4}, 1},              {{"abcdefghij", "\rxy"}, 4, {10, 2}, 4},
+        {{"a\tb\x01\x7f\x85\xff"}, 3, {7}, 3}, {{"abc", "", "x"}, 80, {1}, 1},
     };
     for (const Case& c : cases) {
         std::string text;
@@ -323,9 +278,7 @@ TEST(TerminalLines, BreaksWrappingAndRows)
         std::vector<size_t> lengths;
         for (size_t i = 0; i < lines.linecount(); ++i)
             lengths.push_back(lines.line(i).length);
-        EXPECT_EQ(lengths, c.lengths);
-        EXPECT_EQ(lines.rowcount(), c.rows);
-        EXPECT_EQ(lines.indexed(), text.size());
+        EXPECT_EQ(std::tuple(lengths, lines.rowcount(), lines.indexed()), std::tuple(c.lengths, c.rows, text.size()));
         const auto [line, offset] = lines.rowplace(c.rows - 1);
         EXPECT_EQ(lines.rowof(line, offset), c.rows - 1);
     }

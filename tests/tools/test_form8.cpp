@@ -1,36 +1,24 @@
-// The Breakpoints Manager offscreen: listing lines and their fields, the listing's lookup and its
-// making by the disassembler, clicks and the ten-entry list, Hold PC after each instruction, runs
-// that end at breakpoints, the function keys, Load and Clear, resizing and the wheel.
+// The Breakpoints Manager offscreen: the listing's lines, fields and making, clicks and the ten
+// breakpoints, Hold PC, runs that end at breakpoints, function keys, Load and Clear, size and wheel.
 #include "core/hexutil.h"
 #include "shell/messages.h"
 #include "sim/form1.h"
 #include "sim/machinestate.h"
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
-#include "tests/common/dialogdriver.h"
+#include "tests/common/datatable.h"
 #include "tests/common/shot.h"
+#include "tests/common/windowtest.h"
 #include "tools/form8.h"
-#include "tools/form8listing.h"
 
-#include <QAction>
-#include <QCheckBox>
-#include <QDir>
-#include <QFile>
-#include <QLabel>
-#include <QPushButton>
-#include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
+#include <QtWidgets>
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <memory>
 #include <tuple>
-#include <string>
-#include <vector>
 
 using namespace kelvane;
 
@@ -38,28 +26,11 @@ namespace {
 
 TEST(Form8Lines, FieldsOfACaption)
 {
-    // A line, the characters the window shows of it, its address (-1: none) and whether it is code.
-    const std::tuple<const char*, int, int32_t, bool> cases[] = {
-        {"0002   0002 C3 02 00    L0001:  JMP L0001", 80, 0x0002, true},
-        {"0003   0010 21\tLXI H,0", 80, 0x0010, true},   // a tab behind the code byte
-        {"0001\t0000 3E 05", 80, -1, false},             // a tab moves the address to column 9
-        {"0001   0010\t21 00", 80, 0x0010, false},       // ... and the code byte to column 17
-        {"0001   00ab 3e 05", 80, -1, false},            // lower-case hex
-        {"0001   00AB 3e 05", 80, 0x00AB, false},
-        {"0001   00AB", 80, 0x00AB, false},              // short lines
-        {"0001   00AB 3E", 80, 0x00AB, true},
-        {"0001   00AB 3E 05", 14, 0x00AB, true},         // a cut caption still holds the byte
-        {"0001   00AB 3E 05", 13, 0x00AB, false},        // ... or no longer does
-        {"0005   0100                     ; a comment", 80, 0x0100, false},
-        {"Line   Addr Opcodes     Label   Instruction", 80, -1, false},
-        {"", 80, -1, false},
-        {"\xC3\xA4" "001   0010 3E", 80, 0x0010, true}, // characters, not bytes, are counted
-        {"0001   00\xC3\xA4" "0 3E", 80, -1, false},
-    };
-    for (const auto& [line, width, address, code] : cases) {
-        const LineFields f = linefields(firstcharacters(expandtabs(line), width));
-        EXPECT_EQ(f.address, address) << line << " width " << width;
-        EXPECT_EQ(f.codeline(), code) << line << " width " << width;
+    for (const QStringList& r : test::datatable("form8/fields.txt")) {
+        const std::string line = QString(r[0]).replace("\\t", "\t").toStdString();
+        const LineFields f = linefields(firstcharacters(expandtabs(line), r[1].toInt()));
+        EXPECT_EQ(f.address, r[2].toInt(nullptr, 16)) << line << " width " << r[1].toStdString();
+        EXPECT_EQ(f.codeline(), r[3] == "1") << line << " width " << r[1].toStdString();
     }
     EXPECT_EQ(expandtabs("12345678\tX\tY"), "12345678        X       Y");
     EXPECT_EQ(expandtabs("\xC3\xA4\tX"), "\xC3\xA4       X"); // a two-byte character is one column
@@ -79,9 +50,10 @@ TEST(Form8Lines, SplitAtEveryLineEndAndReadLatin1)
     for (const auto& [bytes, lines] : cases) {
         ListingLines l;
         l.assign(bytes);
-        ASSERT_EQ(l.count(), static_cast<int32_t>(lines.size())) << bytes;
-        for (size_t i = 0; i < lines.size(); ++i)
-            EXPECT_EQ(l.line(static_cast<int32_t>(i) + 1), lines[i]) << bytes;
+        std::vector<std::string> got;
+        for (int32_t n = 1; n <= l.count(); ++n)
+            got.emplace_back(l.line(n));
+        EXPECT_EQ(got, lines) << bytes;
     }
 }
 
@@ -105,16 +77,16 @@ TEST(Form8Lines, AnyFileIsAListing)
 
 // holdpc.lst: line 1 a header, line n (2-60) a code line at address n, except line 40, which has
 // the address 41 and no code byte, so that no line has the address 40 (0x28).
-std::string testlisting(const char* name)
+QByteArray testlisting(const char* name)
 {
     QFile f(QStringLiteral(KELVANE_TEST_DATA "/form8/") + name);
-    return f.open(QIODevice::ReadOnly) ? f.readAll().toStdString() : std::string();
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 // MVI B,3 / loop: DCR B / JNZ loop / HLT.
 const std::vector<int32_t> countdown = {0x06, 0x03, 0x05, 0xC2, 0x02, 0x00, 0x76};
 
-class Form8Test : public ::testing::Test {
+class Form8Test : public test::WindowTest {
 protected:
     void SetUp() override
     {
@@ -137,19 +109,17 @@ protected:
     }
     static MachineState& st() { return machinestate(); }
 
-    void program(const std::vector<int32_t>& bytes, const QString& qstaza = "/elsewhere/prog.hex")
+    // The program in memory and the source name the listing is looked for by; opens the window.
+    Form8* open(const std::vector<int32_t>& bytes, const QString& qstaza = "/elsewhere/prog.hex")
     {
         std::fill(st().mem.begin(), st().mem.end(), 0);
         std::copy(bytes.begin(), bytes.end(), st().mem.begin());
         st().programsize = static_cast<int32_t>(bytes.size());
         main->label("qstaza")->setText(qstaza);
-    }
-    QString lastpath() const { return folder.path() + "/"; }
-    void writefile(const QString& name, const std::string& text)
-    {
-        std::ofstream((lastpath() + name).toStdString(), std::ios::binary) << text;
+        return open();
     }
     Form8* open() { return qobject_cast<Form8*>(toolrouter().show(Tool::Form8)); }
+    QString lastpath() const { return dir.path() + "/"; }
     // The ten breakpoint texts (or, with a window, its ten labels) in their places, "-" for empty.
     static std::string points(Form8* w = nullptr)
     {
@@ -168,34 +138,29 @@ protected:
                 return i;
         return -1;
     }
-    void rate(int n) { main->action(("menuspeed" + std::to_string(n)).c_str())->trigger(); }
     QAction* act(const char* name) { return main->action(name); }
 
-    QTemporaryDir folder;
     std::unique_ptr<Form1> main;
     std::vector<std::string> messages;
-    test::BoxCloser boxes;
 };
 
 TEST_F(Form8Test, ListingFoundInLastPathByTheNameBeforeTheFirstDot)
 {
     // The program, the listing's name, its lines and the bar's maximum (enabled above 20 lines).
     const std::tuple<const char*, const char*, int, int> cases[] = {
-        {"/elsewhere/prog.hex", "prog.lst", 10, 1},
-        {"/elsewhere/prog.v2.final.hex", "prog.lst", 20, 1},
+        {"/elsewhere/prog.hex", "prog.lst", 10, 1}, {"/elsewhere/prog.v2.final.hex", "prog.lst", 20, 1},
         {"/elsewhere/Prog.hex", "PROG.LST", 21, 2}, // the exact name first, then any case
         {"/elsewhere/noext", "noext.lst", 60, 41},
     };
     for (const auto& [qstaza, file, lines, maximum] : cases) {
         for (const QString& f : QDir(lastpath()).entryList(QDir::Files))
             QFile::remove(lastpath() + f);
-        std::string text;
+        QByteArray text;
         for (int n = 1; n <= lines; ++n)
-            text += "line " + std::to_string(n) + "\r\n";
-        writefile(file, text);
-        program({0x00}, qstaza);
-        Form8* w = open();
-        EXPECT_TRUE(boxes.texts.empty()) << qstaza;
+            text += "line " + QByteArray::number(n) + "\r\n";
+        write(file, text);
+        Form8* w = open({0x00}, qstaza);
+        EXPECT_TRUE(driver->texts.empty()) << qstaza;
         EXPECT_EQ(w->imelabela(), lastpath() + file);
         EXPECT_EQ(w->listingcount(), lines);
         EXPECT_EQ(w->vscrollbar1()->maximum(), maximum) << lines;
@@ -208,43 +173,37 @@ TEST_F(Form8Test, ListingFoundInLastPathByTheNameBeforeTheFirstDot)
 
 TEST_F(Form8Test, MissingListingIsMadeByTheDisassemblerAndFoundNextTime)
 {
-    program(countdown, "/elsewhere/count.down.hex");
-    Form8* w = open();
-    ASSERT_EQ(boxes.texts.size(), 1u);
-    EXPECT_EQ(boxes.texts[0], "Breakpoints Manager could not find corresponding listing file \n" + lastpath() +
-                                  "count.lst created by assembler.\n"
-                                  "The listing file will be created by Kelvane disassembler.\n"
-                                  "Please, be patient.");
-    EXPECT_EQ(boxes.titles[0], titletext());
+    Form8* w = open(countdown, "/elsewhere/count.down.hex");
+    EXPECT_EQ(driver->texts, std::vector<QString>{"Breakpoints Manager could not find corresponding listing file \n" +
+                                                lastpath() +
+                                                "count.lst created by assembler.\n"
+                                                "The listing file will be created by Kelvane disassembler.\n"
+                                                "Please, be patient."});
+    EXPECT_EQ(driver->titles, std::vector<QString>{titletext()});
     EXPECT_EQ(w->imelabela(), lastpath() + "count.lst");
     EXPECT_FALSE(QFile::exists(lastpath() + "8085_disassembler_temporary_file"));
     EXPECT_EQ(w->linija(2), "Line   Addr Opcodes     Label   Instruction");
     EXPECT_EQ(w->linija(5), "0001   0000 06 03               MVI B,03H");
     w->close();
-    w = open();
-    EXPECT_EQ(boxes.texts.size(), 1u); // no second message
-    EXPECT_EQ(w->listingcount(), 16);
-
+    EXPECT_EQ(open()->listingcount(), 16);
+    EXPECT_EQ(driver->texts.size(), 1u); // found: no second message
     // Where the folder can't be written, the listing is made in the user's data folder.
-    w->close();
+    toolrouter().window(Tool::Form8)->close();
     st().lastpath = "/nonexistent-folder/";
     w = open();
-    EXPECT_EQ(boxes.texts.size(), 2u);
+    EXPECT_EQ(driver->texts.size(), 2u);
     EXPECT_EQ(w->imelabela(), QString::fromStdString(apppath()) + "count.lst");
     EXPECT_EQ(w->linija(5), "0001   0000 06 03               MVI B,03H");
 }
 
 TEST_F(Form8Test, ClicksSetAndRemoveBreakpointsInOrder)
 {
-    writefile("prog.lst", testlisting("clicks.lst"));
-    program({0x00});
-    Form8* w = open();
+    write("prog.lst", testlisting("clicks.lst"));
+    Form8* w = open({0x00});
     const std::pair<int, const char*> clicks[] = { // the row clicked, the ten texts after it
-        {1, "0100 - - - - - - - - -"},
-        {0, "0100 - - - - - - - - -"}, // header
-        {3, "0100 - - - - - - - - -"}, // lower-case code byte
-        {6, "0100 0200 - - - - - - - -"},
-        {5, "0050 0100 0200 - - - - - - -"},
+        {1, "0100 - - - - - - - - -"}, {0, "0100 - - - - - - - - -"}, // the header: nothing
+        {3, "0100 - - - - - - - - -"},                                 // a lower-case code byte: nothing
+        {6, "0100 0200 - - - - - - - -"}, {5, "0050 0100 0200 - - - - - - -"},
         {7, "0050 0200 - - - - - - - -"}, // another line of 0100 removes it
     };
     for (const auto& [row, after] : clicks) {
@@ -261,30 +220,22 @@ TEST_F(Form8Test, ClicksSetAndRemoveBreakpointsInOrder)
     w->drawlines();
     EXPECT_EQ(w->pcsimbol(), 7);
     test::saveshot(w, "form8-clicks");
-
     w->Command1()->click();
-    EXPECT_EQ(points(), "- - - - - - - - - -");
-    EXPECT_EQ(points(w), points());
+    EXPECT_EQ(points() + points(w), "- - - - - - - - - -- - - - - - - - - -");
     EXPECT_FALSE(w->prekidsimbol(5));
 }
 
-TEST_F(Form8Test, TheEleventhIsRefusedAndTheTenStay)
+TEST_F(Form8Test, TheEleventhIsRefusedAndTheTenOutliveTheWindow)
 {
-    writefile("prog.lst", testlisting("holdpc.lst"));
-    program({0x00});
-    Form8* w = open();
+    write("prog.lst", testlisting("holdpc.lst"));
+    Form8* w = open({0x00});
     for (int row = 19; row >= 10; --row)
         w->linija_Click(row);
-    EXPECT_TRUE(boxes.texts.empty());
+    w->linija_Click(2);
+    EXPECT_EQ(driver->texts, std::vector<QString>{"You can not define more than 10 breakpoints."});
     const std::string ten = "000B 000C 000D 000E 000F 0010 0011 0012 0013 0014";
     EXPECT_EQ(points(), ten);
-    w->linija_Click(2);
-    ASSERT_EQ(boxes.texts.size(), 1u);
-    EXPECT_EQ(boxes.texts[0], "You can not define more than 10 breakpoints.");
-    EXPECT_EQ(points(), ten);
     EXPECT_EQ(points(w), ten);
-
-    // They outlive the window, and the next one shows them.
     w->close();
     w = open();
     EXPECT_EQ(points(w), ten);
@@ -292,83 +243,40 @@ TEST_F(Form8Test, TheEleventhIsRefusedAndTheTenStay)
     EXPECT_FALSE(w->prekidsimbol(8));
 }
 
-// Hold PC after each instruction: (PC, bar's value, arrow's row) from a start at value 1.
-void runholdpc(Form8* w, const std::vector<std::array<int, 3>>& steps, const char* what)
-{
-    w->setbarvalue(1);
-    for (const auto& [pc, bar, arrow] : steps) {
-        machinestate().pc = pc;
-        toolrouter().drawlines();
-        EXPECT_EQ(w->barvalue(), bar) << what << " pc " << pc;
-        EXPECT_EQ(w->pcsimbol(), arrow) << what << " pc " << pc;
-    }
-}
-
 TEST_F(Form8Test, HoldPcKeepsThePcLineInView)
 {
-    writefile("prog.lst", testlisting("holdpc.lst"));
-    program({0x00});
-    Form8* w = open();
+    write("prog.lst", testlisting("holdpc.lst"));
+    Form8* w = open({0x00});
     ASSERT_EQ(w->vscrollbar1()->maximum(), 41);
+    // After each instruction at PC: the bar's value and the arrow's row, from a start at value 1.
+    const auto steps = [w](const std::vector<std::array<int, 3>>& after, const char* what) {
+        w->setbarvalue(1);
+        for (const auto& [pc, bar, arrow] : after) {
+            machinestate().pc = pc;
+            toolrouter().drawlines();
+            EXPECT_EQ(std::pair(w->barvalue(), w->pcsimbol()), std::pair(bar, arrow)) << what << " pc " << pc;
+        }
+    };
     st().running = true;
-    runholdpc(w,
-              {{
-                  {5, 1, 4},      // inside lines 2-17 of the view: nothing moves
-                  {18, 1, 17},    // the lower edge of the band
-                  {19, 16, 3},    // below it: the PC's line becomes the fourth
-                  {18, 16, 2},    // the upper edge
-                  {17, 14, 3},    // above it
-                  {2, 1, 1},      // line 2 wants value -1: held at 1
-                  {60, 41, 19},   // held at the maximum
-                  {59, 41, 18},   // out of the band but held: stays
-                  {41, 37, 4},    // the address's first line (40) has no code byte: 37, arrow on 41
-                  {0x28, 37, -1}, // an address no line has: nothing moves
-                  {0x2000, 37, -1},
-              }},
-              "running");
+    steps({{5, 1, 4}, {18, 1, 17},   // inside lines 2-17 of the view nothing moves, up to the band's lower edge
+           {19, 16, 3}, {18, 16, 2}, // below it the PC's line becomes the fourth; the upper edge
+           {17, 14, 3}, {2, 1, 1},   // above it; line 2 wants value -1: held at 1
+           {60, 41, 19}, {59, 41, 18}, // held at the maximum; out of the band but held: stays
+           {41, 37, 4},   // the address's first line (40) has no code byte: 37, arrow on 41
+           {0x28, 37, -1}, {0x2000, 37, -1}}, // addresses no line has: nothing moves
+          "running");
     for (int i = 0; i < 100 && w->vscrollbar1()->value() != 37; ++i)
         QTest::qWait(10); // the control shows the value at the next repaint
     EXPECT_EQ(w->vscrollbar1()->value(), 37);
-
     w->Check2()->click();
     EXPECT_EQ(regread("Hold PC In Focus", "1"), "0");
-    runholdpc(w, {{{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}}, "Hold PC off");
+    steps({{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}, "Hold PC off");
     w->Check2()->click();
     st().running = false; // after Stop
-    runholdpc(w, {{{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}}, "after Stop");
+    steps({{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}, "after Stop");
 }
 
-// Runs to the breakpoint on the HLT of countdown: seven instructions, B counted out, the arrow
-// following each Step at rate 1 (rows 5-8 hold 0000, 0002, 0003, 0006).
-class Form8RunTest : public Form8Test, public ::testing::WithParamInterface<int> {};
-
-TEST_P(Form8RunTest, RunEndsAtTheBreakpoint)
-{
-    program(countdown);
-    Form8* w = open();
-    w->linija_Click(rowof(w, "0006"));
-    rate(GetParam());
-    act("menustart")->trigger();
-    const int arrows[] = {6, 7, 6, 7, 6, 7, 8};
-    for (int i = 0; GetParam() == 1 && i < 7; ++i) {
-        act("menustep")->trigger();
-        EXPECT_EQ(w->pcsimbol(), arrows[i]) << "instruction " << i + 1;
-    }
-    EXPECT_EQ(st().pc, 6);
-    EXPECT_EQ(st().instructioncount, 7);
-    EXPECT_EQ(st().b, 0);
-    EXPECT_EQ(st().simrate, 1);
-    EXPECT_EQ(regread("Simulation Rate", ""), "1");
-    EXPECT_TRUE(act("menustep")->isEnabled());
-    EXPECT_EQ(w->pcsimbol(), 8);
-    EXPECT_TRUE(w->prekidsimbol(8));
-    test::saveshot(w, "form8-breakpoint");
-    act("menustop")->trigger();
-}
-
-INSTANTIATE_TEST_SUITE_P(Rates, Form8RunTest, ::testing::Values(1, 5, 6));
-
-TEST_F(Form8Test, BreakpointsAreFoundAfterAnInstruction)
+TEST_F(Form8Test, RunsEndAtTheBreakpointAfterAnInstruction)
 {
     // MVI A,08H / SIM / EI / loop: JMP loop ... 003C: HLT, reached through the vector of RST 7.5.
     std::vector<int32_t> vectored = {0x3E, 0x08, 0x30, 0xFB, 0xC3, 0x04, 0x00};
@@ -376,26 +284,30 @@ TEST_F(Form8Test, BreakpointsAreFoundAfterAnInstruction)
     vectored.push_back(0x76);
     // The program, the breakpoint, the rate and the count at the stop (-1: RST 7.5 brings the run there).
     const std::tuple<std::vector<int32_t>, const char*, int, int> runs[] = {
+        {countdown, "0006", 5, 7}, {countdown, "0006", 6, 7}, {vectored, "003C", 5, -1}, {vectored, "003C", 6, -1},
         {{0x00, 0xC3, 0x00, 0x00}, "0000", 5, 2}, // NOP / JMP 0000: the start is found after the JMP
-        {vectored, "003C", 5, -1},
-        {vectored, "003C", 6, -1},
     };
     for (const auto& [bytes, at, speed, count] : runs) {
-        program(bytes, QString("/elsewhere/run%1.hex").arg(speed * count));
-        Form8* w = open();
+        SCOPED_TRACE(std::string(at) + " at rate " + std::to_string(speed));
+        Form8* w = open(bytes, QString("/elsewhere/run%1.hex").arg(speed * count));
         w->Command1_Click();
         w->setbarvalue(w->barmaximum());
         w->linija_Click(rowof(w, at));
-        rate(speed);
+        act(("menuspeed" + std::to_string(speed)).c_str())->trigger();
         if (count < 0)
             QTimer::singleShot(50, main.get(), [this] { main->interruptbutton_Click(3); });
         act("menustart")->trigger();
-        EXPECT_EQ(st().pc, parsehexword(at)) << speed;
+        EXPECT_EQ(st().pc, parsehexword(at));
         EXPECT_EQ(st().simrate, 1);
+        EXPECT_EQ(regread("Simulation Rate", ""), "1");
+        EXPECT_TRUE(st().running && act("menustep")->isEnabled());
+        EXPECT_EQ(w->pcsimbol(), rowof(w, at));
         if (count >= 0)
             EXPECT_EQ(st().instructioncount, count);
         else
             EXPECT_EQ(st().mem[static_cast<size_t>(st().sp)], 0x04) << "the loop's address was pushed";
+        if (speed == 6 && count > 0)
+            test::saveshot(w, "form8-breakpoint");
         act("menustop")->trigger();
         w->close();
     }
@@ -403,28 +315,25 @@ TEST_F(Form8Test, BreakpointsAreFoundAfterAnInstruction)
 
 TEST_F(Form8Test, FunctionKeysReachTheMainWindow)
 {
-    program(countdown);
-    Form8* w = open();
+    Form8* w = open(countdown);
     w->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(w));
-    // A key, its modifiers, and after it: running, the rate, the instructions executed.
-    const std::tuple<Qt::Key, Qt::KeyboardModifiers, bool, int, int> keys[] = {
-        {Qt::Key_F4, Qt::ControlModifier, false, 4, 0},
-        {Qt::Key_F1, Qt::ControlModifier, false, 1, 0},
-        {Qt::Key_F2, Qt::NoModifier, false, 1, 0}, // idle: no Step, no Stop
-        {Qt::Key_F3, Qt::NoModifier, false, 1, 0},
-        {Qt::Key_F1, Qt::NoModifier, true, 1, 0}, // Start at Step By Step
-        {Qt::Key_F1, Qt::NoModifier, true, 1, 0}, // no second Start
-        {Qt::Key_F2, Qt::NoModifier, true, 1, 1},
-        {Qt::Key_F2, Qt::NoModifier, true, 1, 2},
-        {Qt::Key_F3, Qt::NoModifier, false, 1, 2},
-        {Qt::Key_F2, Qt::NoModifier, false, 1, 2}, // stopped: no Step
+    // A key, with Ctrl or not, and after it: running, the rate, the instructions executed and the
+    // arrow's row, which follows each Step (rows 5-8 hold 0000, 0002, 0003 and 0006).
+    const std::tuple<Qt::Key, bool, bool, int, int, int> keys[] = {
+        {Qt::Key_F4, true, false, 4, 0, 5},  {Qt::Key_F1, true, false, 1, 0, 5},
+        {Qt::Key_F2, false, false, 1, 0, 5}, {Qt::Key_F3, false, false, 1, 0, 5}, // idle: no Step, no Stop
+        {Qt::Key_F1, false, true, 1, 0, 5},  {Qt::Key_F1, false, true, 1, 0, 5},  // Start at Step By Step, once
+        {Qt::Key_F2, false, true, 1, 1, 6},  {Qt::Key_F2, false, true, 1, 2, 7},  {Qt::Key_F2, false, true, 1, 3, 6},
+        {Qt::Key_F2, false, true, 1, 4, 7},  {Qt::Key_F2, false, true, 1, 5, 6},  {Qt::Key_F2, false, true, 1, 6, 7},
+        {Qt::Key_F2, false, true, 1, 7, 8},  {Qt::Key_F3, false, false, 1, 7, 8},
+        {Qt::Key_F2, false, false, 1, 7, 8}, // stopped: no Step
     };
-    for (const auto& [key, mods, running, simrate, executed] : keys) {
-        QTest::keyClick(w, key, mods);
-        EXPECT_EQ(st().running, running) << key;
-        EXPECT_EQ(st().simrate, simrate) << key;
-        EXPECT_EQ(st().instructioncount, executed) << key;
+    for (const auto& [key, ctrl, running, simrate, executed, arrow] : keys) {
+        QTest::keyClick(w, key, ctrl ? Qt::ControlModifier : Qt::NoModifier);
+        EXPECT_EQ(std::tuple(st().running, st().simrate, st().instructioncount, w->pcsimbol()),
+                  std::tuple(running, simrate, executed, arrow))
+            << key;
     }
     EXPECT_EQ(regread("Simulation Rate", ""), "1");
     EXPECT_EQ(messages.size(), 1u); // the statistics of the Stop
@@ -432,10 +341,9 @@ TEST_F(Form8Test, FunctionKeysReachTheMainWindow)
 
 TEST_F(Form8Test, LoadAndClearCloseTheWindowAndEmptyTheList)
 {
-    writefile("other.obj", "\x76");
+    write("other.obj", "\x76");
     for (bool load : {false, true}) {
-        program(countdown);
-        Form8* w = open();
+        Form8* w = open(countdown);
         w->linija_Click(rowof(w, "0002"));
         ASSERT_EQ(st().breakpointaddress[0], "0002");
         const FileMenuHooks hooks = toolrouter().maincommands.filemenuhooks();
@@ -452,10 +360,9 @@ TEST_F(Form8Test, LoadAndClearCloseTheWindowAndEmptyTheList)
 
 TEST_F(Form8Test, ResizeKeepsTheHeightAndHoldsTheWidthWheelMovesThreeLines)
 {
-    writefile("prog.lst", std::string(200, 'x') + "\r\n" + testlisting("holdpc.lst"));
-    program({0x00});
+    write("prog.lst", QByteArray(200, 'x') + "\r\n" + testlisting("holdpc.lst"));
     regwrite("Window8 Width", std::to_string(pixelstotwips(777)));
-    Form8* w = open();
+    Form8* w = open({0x00});
     EXPECT_EQ(w->width(), 777);
     const int height = w->height();
     w->resize(Form8::minwidth, height);
@@ -464,16 +371,14 @@ TEST_F(Form8Test, ResizeKeepsTheHeightAndHoldsTheWidthWheelMovesThreeLines)
     const int cases[][2] = {{300, Form8::minwidth}, {800, 800}, {2000, Form8::maxwidth}, {640, 640}};
     for (const auto& [asked, width] : cases) {
         w->resize(asked, height + 100);
-        EXPECT_EQ(w->width(), width);
-        EXPECT_EQ(w->height(), height);
+        EXPECT_EQ(w->size(), QSize(width, height));
         EXPECT_EQ(w->linija(0).size(), w->linewidth());
         EXPECT_EQ(w->linewidth() > narrow, width > Form8::minwidth);
     }
     const int wheel[][2] = {{-120, 4}, {-240, 10}, {40, 10}, {40, 10}, {40, 7}, {600, 1}, {-2400, 42}};
     for (const auto& [delta, value] : wheel) { // touchpad parts add up to notches
         w->wheel(delta);
-        EXPECT_EQ(w->barvalue(), value) << delta;
-        EXPECT_EQ(w->vscrollbar1()->value(), value) << delta;
+        EXPECT_EQ(std::pair(w->barvalue(), w->vscrollbar1()->value()), std::pair(value, value)) << delta;
     }
     EXPECT_EQ(w->linija(0).left(4), "0041");
     w->close();
