@@ -1,33 +1,27 @@
-// The Interactive Assembler Editor, offscreen with a real QApplication: every instruction form
-// built by clicks and checked by the assembler and the disassembler; walks of clicks and keys
-// from tests/data/form17/scenarios.txt with the files they save; a seeded random walk that
-// checks the window's states after every step.
+// The Interactive Assembler Editor: every instruction form built by clicks as recorded in
+// tests/data/form17/forms.txt; the walks of clicks and keys of tests/data/form17/scenarios.txt with
+// the files they save; a seeded random walk that checks the window's states after every step.
 #include "assembler/assembler.h"
 #include "assembler/ui/form17.h"
 #include "assembler/ui/form6.h"
-#include "core/hexutil.h"
-#include "disassembler/disassembler.h"
-#include "sim/machinestate.h"
 
-#include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QGroupBox>
+#include <QLabel>
 #include <QProcess>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTest>
 
-#include "tests/common/dialogdriver.h"
+#include "tests/common/datatable.h"
 #include "tests/common/shot.h"
-#include "tests/common/tempfolder.h"
-
-#include <gtest/gtest.h>
+#include "tests/common/windowtest.h"
 
 #include <fstream>
-#include <memory>
+#include <functional>
+#include <map>
 #include <random>
 #include <set>
 #include <sstream>
@@ -35,20 +29,6 @@
 using namespace kelvane;
 
 namespace {
-
-std::vector<std::string> datalines(const std::string& name)
-{
-    std::vector<std::string> lines;
-    std::ifstream in(std::string(KELVANE_TEST_DATA) + "/form17/" + name);
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-std::string trim(const std::string& s)
-{
-    return QString::fromStdString(s).trimmed().toStdString();
-}
 
 // The first word and the rest of a line.
 std::pair<std::string, std::string> split(const std::string& s)
@@ -65,35 +45,28 @@ struct Scenario {
 std::vector<Scenario> scenarios()
 {
     std::vector<Scenario> all;
+    std::ifstream in(std::string(KELVANE_TEST_DATA) + "/form17/scenarios.txt");
     int number = 0;
-    for (const std::string& line : datalines("scenarios.txt")) {
+    for (std::string line; std::getline(in, line);) {
         ++number;
         if (line.rfind("== ", 0) == 0)
             all.push_back({line.substr(3), {}});
-        else if (!all.empty() && !trim(line).empty() && line[0] != '#')
+        else if (!all.empty() && !QString::fromStdString(line).trimmed().isEmpty() && line[0] != '#')
             all.back().lines.emplace_back(number, line);
     }
     return all;
 }
 
-struct Form17Test : ::testing::Test {
-    void SetUp() override
+struct Form17Test : test::WindowTest {
+    Form17Test()
     {
-        machinestate().optconfirm = "ON";
-        machinestate().lastpath = dir.path().toStdString() + "/";
-        driver = std::make_unique<test::DialogDriver>();
-        w = new Form17;
-        w->show();
+        (w = new Form17)->show();
         w->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(w));
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(w));
     }
-    void TearDown() override
-    {
-        if (w)
-            w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    QString path(const std::string& name) const { return dir.filePath(QString::fromStdString(name)); }
+    ~Form17Test() override { closewindow(w); }
+    using WindowTest::path;
+    QString path(const std::string& name) const { return path(QString::fromStdString(name)); }
     QWidget* named(const std::string& name) const { return w->findChild<QWidget*>(QString::fromStdString(name)); }
     QWidget* focus() const { return w->focusWidget() ? w->focusWidget() : w.data(); }
     // The button whose object name starts with `kind` ("polje", "sel", "but") and whose caption is `caption`.
@@ -122,9 +95,7 @@ struct Form17Test : ::testing::Test {
     void step(const std::string& line);
     std::string actual(const std::string& what, std::string& expected);
 
-    QTemporaryDir dir;
     QPointer<Form17> w;
-    std::unique_ptr<test::DialogDriver> driver;
     int exitcode = -1;
     QByteArray output;
 };
@@ -140,7 +111,7 @@ void Form17Test::run(const Scenario& s)
             std::string want;
             for (++i; i < s.lines.size() && s.lines[i].second != "end"; ++i)
                 want += QString::fromStdString(s.lines[i].second.substr(2)).replace("\\t", "\t").toStdString() + "\n";
-            EXPECT_EQ(test::slurp(path(line.substr(12)).toStdString()), want);
+            EXPECT_EQ(read(QString::fromStdString(line.substr(12))).toStdString(), want);
         } else if (line.rfind("repeat ", 0) == 0) {
             const size_t colon = line.find(':');
             for (int k = std::stoi(line.substr(7, colon - 7)); k > 0; --k)
@@ -154,71 +125,60 @@ void Form17Test::run(const Scenario& s)
 
 void Form17Test::step(const std::string& line)
 {
-    const auto [word, rest] = split(line);
-    static const std::map<std::string, Qt::Key> keys = {
-        {"Return", Qt::Key_Return}, {"Escape", Qt::Key_Escape}, {"Up", Qt::Key_Up},       {"Down", Qt::Key_Down},
-        {"Left", Qt::Key_Left},     {"Right", Qt::Key_Right},   {"Space", Qt::Key_Space}, {"PageDown", Qt::Key_PageDown},
-        {"Backspace", Qt::Key_Backspace}};
-    if (word == "group") {
-        w->Combo1()->setCurrentIndex(std::stoi(rest));
-    } else if (word == "form") {
-        pickform(rest);
-    } else if (word == "sel" || word == "key") {
-        click(button(word == "sel" ? "sel" : "but", rest));
-    } else if (word == "keys") {
-        for (const char c : rest)
-            click(button("but", std::string(1, c)));
-    } else if (word == "click") {
-        click(qobject_cast<QAbstractButton*>(named(rest)));
-    } else if (word == "row") {
-        QTest::mouseClick(w->inst(std::stoi(rest)), Qt::LeftButton);
-    } else if (word == "scroll") {
-        w->pozicijav()->setValue(std::stoi(rest));
-    } else if (word == "wheel") { // as the window gets it from any child that lets it through
-        const QPointF at(w->width() / 2.0, w->height() / 2.0);
-        QWheelEvent e(at, w->mapToGlobal(at), {}, {0, std::stoi(rest)}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
-                      false);
-        QApplication::sendEvent(w, &e);
-    } else if (word == "type") {
-        QTest::keyClicks(focus(), QString::fromStdString(rest));
-    } else if (word == "press") {
-        QTest::keyClick(focus(), keys.at(rest));
-    } else if (word == "save") {
-        const QString file = path(rest);
-        driver->on<QFileDialog>([file](QFileDialog* f) {
-            f->selectFile(file);
-            static_cast<QDialog*>(f)->accept();
-        });
-        click(w->command_save());
-    } else if (word == "shot") {
-        test::saveshot(w, QString::fromStdString(rest));
-    } else if (word == "assemble") {
-        auto* form6 = new Form6;
-        ASSERT_TRUE(form6->openpath(path(rest)));
-        form6->menuassemble_Click();
-        form6->close();
-    } else if (word == "cli") {
-        QProcess cli;
-        cli.setWorkingDirectory(dir.path());
-        cli.start(QStringLiteral(KELVANE_CLI_PATH), QString::fromStdString(rest).split(' '));
-        ASSERT_TRUE(cli.waitForFinished(30000));
-        exitcode = cli.exitCode();
-        output = cli.readAllStandardOutput();
-    } else if (word == "expect") {
-        auto [what, expected] = split(rest);
-        if (what == "shown" || what == "hidden" || what == "enabled" || what == "disabled") {
-            for (const QString& n : QString::fromStdString(expected).split(' ')) {
-                const QWidget* c = named(n.toStdString());
-                EXPECT_EQ(what[0] == 's' || what[0] == 'h' ? c->isVisibleTo(w) : c->isEnabled(),
-                          what == "shown" || what == "enabled")
-                    << n.toStdString();
-            }
-        } else {
-            const std::string got = actual(what, expected);
-            EXPECT_EQ(got, expected);
-        }
-    } else {
+    const auto parts = split(line);
+    const std::string &word = parts.first, &rest = parts.second;
+    const QString text = QString::fromStdString(rest);
+    const std::map<std::string, std::function<void()>> doings = {
+        {"group", [&] { w->Combo1()->setCurrentIndex(text.toInt()); }},
+        {"form", [&] { pickform(rest); }},
+        {"sel", [&] { click(button("sel", rest)); }},
+        {"key", [&] { click(button("but", rest)); }},
+        {"keys", [&] { for (const char c : rest) click(button("but", std::string(1, c))); }},
+        {"click", [&] { click(qobject_cast<QAbstractButton*>(named(rest))); }},
+        {"row", [&] { QTest::mouseClick(w->inst(text.toInt()), Qt::LeftButton); }},
+        {"scroll", [&] { w->pozicijav()->setValue(text.toInt()); }},
+        {"type", [&] { QTest::keyClicks(focus(), text); }},
+        {"press", [&] { QTest::keyClick(focus(), QKeySequence(text)[0].key()); }},
+        {"shot", [&] { test::saveshot(w, text); }},
+        {"save", [&] { // the path as it is written, its folder there or not
+             driver->on<QFileDialog>([file = path(text)](QFileDialog* f) {
+                 f->selectFile(file);
+                 static_cast<QDialog*>(f)->accept();
+             });
+             click(w->command_save());
+         }},
+        {"wheel", [&] { // as the window gets it from any child that lets it through
+             const QPointF at(w->width() / 2.0, w->height() / 2.0);
+             QWheelEvent e(at, w->mapToGlobal(at), {}, {0, text.toInt()}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+             QApplication::sendEvent(w, &e);
+         }},
+        {"assemble", [&] { // opened and assembled in the Assembler window
+             auto* form6 = new Form6;
+             EXPECT_TRUE(form6->openpath(path(text)));
+             form6->menuassemble_Click();
+             form6->close();
+         }},
+        {"cli", [&] {
+             QProcess cli;
+             cli.setWorkingDirectory(dir.path());
+             cli.start(QStringLiteral(KELVANE_CLI_PATH), text.split(' '));
+             EXPECT_TRUE(cli.waitForFinished(30000));
+             exitcode = cli.exitCode();
+             output = cli.readAllStandardOutput();
+         }},
+    };
+    if (doings.count(word) != 0) {
+        doings.at(word)();
+    } else if (word != "expect") {
         ADD_FAILURE() << "unknown step " << line;
+    } else if (auto [what, expected] = split(rest); what == "shown" || what == "hidden" || what == "enabled" || what == "disabled") {
+        for (const QString& n : QString::fromStdString(expected).split(' '))
+            EXPECT_EQ(what[0] == 's' || what[0] == 'h' ? named(n.toStdString())->isVisibleTo(w) : named(n.toStdString())->isEnabled(),
+                      what == "shown" || what == "enabled")
+                << n.toStdString();
+    } else {
+        const std::string got = actual(what, expected);
+        EXPECT_EQ(got, expected);
     }
 }
 
@@ -226,8 +186,6 @@ void Form17Test::step(const std::string& line)
 std::string Form17Test::actual(const std::string& what, std::string& expected)
 {
     const Form17Listing& l = w->listing();
-    if (what == "lininst")
-        return w->lininsttext().toStdString();
     if (what == "arg3") {
         const std::string shown = w->arg3()->text().toStdString();
         return shown == w->entry().arg3 ? shown : "shown " + shown + ", held " + w->entry().arg3;
@@ -242,24 +200,21 @@ std::string Form17Test::actual(const std::string& what, std::string& expected)
         auto [index, texts] = split(expected);
         expected = texts;
         const int i = std::stoi(index);
-        return trim(w->adr(i)->text().toStdString() + " | " + w->inst(i)->text().toStdString());
+        return (w->adr(i)->text() + " | " + w->inst(i)->text()).trimmed().toStdString();
     }
-    if (what == "rows")
-        return std::to_string(l.rowcount);
-    if (what == "serial")
-        return std::to_string(l.labelserial);
-    if (what == "bar")
-        return std::to_string(w->pozicijav()->value()) + " " + std::to_string(w->pozicijav()->maximum());
-    if (what == "focus")
-        return focus()->objectName().toStdString();
-    if (what == "box")
-        return driver->texts.empty() ? std::string() : driver->texts.back().toStdString();
-    if (what == "boxes")
-        return std::to_string(driver->texts.size());
-    if (what == "exit")
-        return std::to_string(exitcode);
-    if (what == "stdout")
-        return output.toHex(' ').toUpper().toStdString();
+    const std::map<std::string, std::function<std::string()>> shown = {
+        {"lininst", [&] { return w->lininsttext().toStdString(); }},
+        {"rows", [&] { return std::to_string(l.rowcount); }},
+        {"serial", [&] { return std::to_string(l.labelserial); }},
+        {"bar", [&] { return std::to_string(w->pozicijav()->value()) + " " + std::to_string(w->pozicijav()->maximum()); }},
+        {"focus", [&] { return focus()->objectName().toStdString(); }},
+        {"box", [&] { return lastbox().toStdString(); }},
+        {"boxes", [&] { return std::to_string(driver->texts.size()); }},
+        {"exit", [&] { return std::to_string(exitcode); }},
+        {"stdout", [&] { return output.toHex(' ').toUpper().toStdString(); }},
+    };
+    if (shown.count(what) != 0)
+        return shown.at(what)();
     ADD_FAILURE() << "unknown check " << what;
     return {};
 }
@@ -272,25 +227,18 @@ TEST_P(Walk, AsWritten)
 }
 
 INSTANTIATE_TEST_SUITE_P(Form17, Walk, ::testing::ValuesIn(scenarios()), [](const auto& info) {
-    std::string name;
-    for (const char c : info.param.name)
-        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    return name;
+    return QString::fromStdString(info.param.name).replace(QRegularExpression("[^A-Za-z0-9]"), "_").toStdString();
 });
 
-// ---- Every form with every choice. ----
+// ---- Every form with every choice: the text built as recorded, and one the assembler takes. ----
 
-TEST_F(Form17Test, EveryFormAssemblesAndReadsBackAsBuilt)
+TEST_F(Form17Test, EveryFormBuildsTheRecordedTextAndTheAssemblerTakesIt)
 {
-    int count = 0;
-    for (const std::string& line : datalines("forms.txt")) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        const size_t a = line.find(" | "), b = line.rfind(" | ");
-        const std::string form = line.substr(0, a), choices = line.substr(a + 3, b - a - 3), want = line.substr(b + 3);
-        SCOPED_TRACE(line);
-        ++count;
-        pickform(form);
+    const std::vector<QStringList> rows = test::datatable("form17/forms.txt");
+    for (const QStringList& row : rows) {
+        const std::string choices = row.value(1).toStdString(), want = row.value(2).toStdString();
+        SCOPED_TRACE(row.join(" | ").toStdString());
+        pickform(row.value(0).toStdString());
         std::stringstream in(choices);
         for (std::string c; in >> c;)
             for (const std::string& s : c[0] == '#' ? std::vector{"keys " + c.substr(1), std::string("key ACCEPT")}
@@ -300,55 +248,26 @@ TEST_F(Form17Test, EveryFormAssemblesAndReadsBackAsBuilt)
         EXPECT_TRUE(w->command_append()->isVisible());
         w->command_cancel()->click();
 
-        Assembler as;
-        if (want.rfind(".ORG ", 0) == 0 || want == ".END") {
-            // The directives by their effect: .ORG moves the next instruction, .END takes no room.
-            EXPECT_EQ(as.assembletext("\t" + want + "\n\tHLT\n", 1000), 0);
-            const int32_t at = want == ".END" ? 0 : parsehexword(want.substr(5, 4));
-            EXPECT_EQ(as.objimage[static_cast<size_t>(at)], 0x76);
-            continue;
-        }
-        const int32_t errors = as.assembletext("\t" + want + "\n", 1000);
-        if (want == "MOV M, M") {
-            ASSERT_EQ(errors, 1);
-            EXPECT_EQ(as.errors().at(0).message, "Unrecognized instruction.");
-            continue;
-        }
-        ASSERT_EQ(errors, 0);
-        Disassembler d;
-        d.loadmemory(as.objimage.data(), 3);
-        d.dasmaddress = 0;
-        d.decodeinstruction(false);
-        std::string back = d.dasmtext;
-        if (d.dasmlabelcount > 0) // a target reads back as a label; put its address in
-            back.replace(back.rfind(' ') + 1, 5, hexword(d.dasmlabels[1]) + "H");
-        std::string built = want;
-        built.erase(std::remove(built.begin(), built.end(), ' '), built.end());
-        back.erase(std::remove(back.begin(), back.end(), ' '), back.end());
-        EXPECT_EQ(back, built);
+        // The form can build MOV M, M, which the assembler refuses.
+        EXPECT_EQ(Assembler().assembletext("\t" + want + "\n", 1000), want == "MOV M, M" ? 1 : 0);
     }
-    EXPECT_EQ(count, 249);
+    EXPECT_EQ(rows.size(), 249u);
 }
 
 // ---- A seeded random walk. ----
 
-// The five states by what shows: a group's frame, a parameter's frame, Append, the prompt, Cancel.
-struct StateView {
-    const char* name;
-    int shows[5]; // group, parameter, complete, waiting, cancel; -1: either
-};
-constexpr StateView states[] = {
-    {"idle", {0, 0, 0, 0, 0}},
-    {"group chosen", {-1, 0, 0, 0, 1}},
-    {"parameters asked", {0, 1, 0, 0, 1}},
-    {"instruction complete", {0, 0, 1, 0, 1}},
-    {"waiting for a row", {0, 0, 0, 1, 0}},
-};
+// The five states by what shows: a group's frame, a parameter's frame, Append, the prompt, Cancel
+// ("?": none or one).
+const std::pair<const char*, std::string> states[] = {{"idle", "00000"},
+                                                      {"group chosen", "?0001"},
+                                                      {"parameters asked", "01001"},
+                                                      {"instruction complete", "00101"},
+                                                      {"waiting for a row", "00010"}};
 
 TEST_F(Form17Test, RandomClicksAndKeysKeepOneStateAndAWayOn)
 {
     std::mt19937 rng(1785);
-    auto pick = [&rng](size_t n) { return static_cast<size_t>(std::uniform_int_distribution<size_t>(0, n - 1)(rng)); };
+    auto pick = [&rng](size_t n) { return static_cast<int>(std::uniform_int_distribution<size_t>(0, n - 1)(rng)); };
     const std::vector<Qt::Key> keys = {Qt::Key_0, Qt::Key_5, Qt::Key_C, Qt::Key_L,     Qt::Key_Return, Qt::Key_Escape,
                                        Qt::Key_Up, Qt::Key_Down, Qt::Key_Left, Qt::Key_Space, Qt::Key_Tab, Qt::Key_PageDown};
     std::array<int, 5> visits{};
@@ -357,33 +276,33 @@ TEST_F(Form17Test, RandomClicksAndKeysKeepOneStateAndAWayOn)
         for (QAbstractButton* b : w->findChildren<QAbstractButton*>())
             if (b->isVisible() && b->isEnabled() && b != w->command_save() && b != w->Check1())
                 buttons.push_back(b);
-        const size_t action = pick(10);
-        if (action < 5 && !buttons.empty()) {
-            buttons[pick(buttons.size())]->click();
-        } else if (action == 5 && w->Combo1()->isEnabled()) {
-            w->Combo1()->setCurrentIndex(static_cast<int>(pick(8)));
-        } else if (action == 6) {
-            QTest::mouseClick(pick(2) ? w->inst(static_cast<int>(pick(20))) : w->adr(static_cast<int>(pick(20))),
-                              Qt::LeftButton);
-        } else if (action == 7) {
-            w->wheel(static_cast<int>(pick(241)) - 120);
-        } else if (focus() != w->command_save() && focus() != w->Check1()) {
-            QTest::keyClick(focus(), keys[pick(keys.size())]);
-        }
+        const int action = pick(10);
+        if (action < 5 && !buttons.empty())
+            buttons[static_cast<size_t>(pick(buttons.size()))]->click();
+        else if (action == 5 && w->Combo1()->isEnabled())
+            w->Combo1()->setCurrentIndex(pick(8));
+        else if (action == 6)
+            QTest::mouseClick(pick(2) ? w->inst(pick(20)) : w->adr(pick(20)), Qt::LeftButton);
+        else if (action == 7)
+            w->wheel(pick(241) - 120);
+        else if (focus() != w->command_save() && focus() != w->Check1())
+            QTest::keyClick(focus(), keys[static_cast<size_t>(pick(keys.size()))]);
 
         SCOPED_TRACE("step " + std::to_string(stepno));
-        int shown[5] = {0, w->Frame(7)->isVisible() + w->Frame(8)->isVisible(), w->command_append()->isVisible(),
-                        w->Text1()->isVisible(), w->command_cancel()->isVisible()};
+        int groups = 0;
         for (int g = 0; g < 7; ++g)
-            shown[0] += w->Frame(g)->isVisible();
-        std::vector<int> matching;
-        for (int i = 0; i < 5; ++i)
-            if (std::equal(states[i].shows, states[i].shows + 5, shown, [](int a, int b) { return a < 0 ? b <= 1 : a == b; }))
-                matching.push_back(i);
-        ASSERT_EQ(matching.size(), 1u) << shown[0] << shown[1] << shown[2] << shown[3] << shown[4];
-        ++visits[static_cast<size_t>(matching[0])];
+            groups += w->Frame(g)->isVisible();
+        const std::string shown = std::to_string(groups) + std::to_string(w->Frame(7)->isVisible() + w->Frame(8)->isVisible()) +
+                                  std::to_string(w->command_append()->isVisible()) + std::to_string(w->Text1()->isVisible()) +
+                                  std::to_string(w->command_cancel()->isVisible());
+        const auto matches = [&shown](const auto& state) {
+            return std::equal(shown.begin(), shown.end(), state.second.begin(),
+                              [](char s, char p) { return p == '?' ? s <= '1' : s == p; });
+        };
+        ASSERT_EQ(std::count_if(std::begin(states), std::end(states), matches), 1) << shown;
+        ++visits[static_cast<size_t>(std::find_if(std::begin(states), std::end(states), matches) - std::begin(states))];
         const int flags = (w->pendingdelete() != 0) + (w->pendinginsert() != 0) + (w->pendingupdate() != 0);
-        ASSERT_EQ(flags, shown[3]);
+        ASSERT_EQ(flags, shown[3] - '0');
         // Always a way on: Cancel, Append or a row to click.
         ASSERT_TRUE(w->Combo1()->isEnabled() || w->command_cancel()->isVisible() || w->Text1()->isVisible());
         const Form17Listing& l = w->listing();
@@ -393,7 +312,7 @@ TEST_F(Form17Test, RandomClicksAndKeysKeepOneStateAndAWayOn)
         }
     }
     for (int i = 0; i < 5; ++i) // the walk went everywhere
-        EXPECT_GT(visits[static_cast<size_t>(i)], 40) << states[i].name;
+        EXPECT_GT(visits[static_cast<size_t>(i)], 40) << states[i].first;
 }
 
 } // namespace

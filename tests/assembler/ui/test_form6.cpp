@@ -1,27 +1,32 @@
 // The Assembler window: Open and Save As names and captions, the steps of Assemble (refusals, a
 // good source, errors with their marks, outputs deleted), Go To Next Error, Load into memory,
-// printing, the splitter setting and a close during an assembly.
-#include "assembler/assembler.h"
+// printing, the splitter setting, a close during an assembly; the external assembler: how it is
+// started, what its program leaves, a wrapper around kelvane-cli, the "TASM Path" dialog.
+#include "assembler/ui/externalassembler.h"
+#include "assembler/ui/form6.h"
 #include "shell/printing.h"
+#include "shell/sourceeditor.h"
 #include "sim/form1.h"
 #include "sim/settings.h"
 
 #include <QAction>
-#include <QFileDialog>
+#include <QDir>
+#include <QFileSystemModel>
 #include <QGroupBox>
-#include <QInputDialog>
 #include <QLabel>
 #include <QMenu>
+#include <QPointer>
 #include <QPrinter>
 #include <QSplitter>
+#include <QThread>
 #include <QTimer>
 
-#include "tests/assembler/ui/form6test.h"
 #include "tests/common/shot.h"
+#include "tests/common/windowtest.h"
 #include "tests/shell/pdftext.h"
 
 using namespace kelvane;
-using kelvane::test::Form6Test;
+using namespace kelvane::test;
 
 namespace {
 
@@ -29,28 +34,38 @@ const QByteArray goodsource = "START:\tMVI A,5\n\tOUT 1\n\tHLT\n";
 const QByteArray goodimage("\x3e\x05\xd3\x01\x76", 5);
 // Errors on lines 2, 5 and 9, whose error rows in the listing are 3, 7 and 12.
 const QByteArray errorsource = "\tNOP\n\tMOV Q,A\n\tNOP\n\tNOP\n\tJMP NOWHERE\n\tNOP\n\tNOP\n\tNOP\n\tMVI A,300\n\tNOP\n";
-const std::vector<int> errorlines = {2, 5, 9};
-const std::vector<int> errorrows = {3, 7, 12};
-const QString threeerrors = "Assembly was not successful.\nYour assembler source contains 3 errors.";
 
-void choose(kelvane::test::DialogDriver& d, const QString& file)
+struct Form6Test : WindowTest {
+    Form6Test()
+    {
+        machinestate().running = false;
+        (w = new Form6)->show();
+    }
+    ~Form6Test() override { closewindow(w); }
+    bool exists(const QString& name) const { return QFileInfo::exists(path(name)); }
+    size_t boxcount() const { return driver->texts.size(); }
+    // Writes a file, making its folder.
+    QString put(const QString& name, const QByteArray& bytes) const
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        return write(name, bytes);
+    }
+    // The window with a file of this name and text, as Open leaves it.
+    void named(const QString& name, const QByteArray& text) { ASSERT_TRUE(w->openpath(put(name, text))); }
+    QPointer<Form6> w;
+};
+
+// Printing goes to this PDF file.
+void printto(const QString& pdf)
 {
-    d.on<QFileDialog>([file](QFileDialog* f) {
-        f->selectFile(file);
-        static_cast<QDialog*>(f)->accept();
+    setprintdialog([pdf](QWidget*, QPrinter& p) {
+        p.setOutputFormat(QPrinter::PdfFormat);
+        p.setOutputFileName(pdf);
+        return true;
     });
 }
 
-void answer(kelvane::test::DialogDriver& d, const QStringList& texts)
-{
-    for (const QString& text : texts)
-        d.on<QInputDialog>([text](QInputDialog* box) {
-            box->setTextValue(text);
-            box->accept();
-        });
-}
-
-TEST_F(Form6Test, SaveAsCutsTheNameAtTheFilesFirstDot)
+TEST_F(Form6Test, SaveAsCutsTheNameAtTheFilesFirstDotAndOpenRefusesOutputs)
 {
     QDir().mkpath(path("x.d"));
     for (const auto& [typed, saved] : std::vector<std::pair<QString, QString>>{
@@ -64,14 +79,10 @@ TEST_F(Form6Test, SaveAsCutsTheNameAtTheFilesFirstDot)
         EXPECT_EQ(regread("Last Path"), w->folder().toStdString());
         EXPECT_EQ(lastbox(), "File " + path(saved) + " saved.");
     }
-}
-
-TEST_F(Form6Test, OpenRefusesOutputsAndKeepsItsFile)
-{
+    // Open refuses outputs and keeps its file.
     named("keep.asm", "\tNOP\n");
     for (const QString name : {"p.hex", "p.OBJ", "p.LST", "p.lst"}) {
-        write(name, "x");
-        EXPECT_FALSE(w->openpath(path(name)));
+        EXPECT_FALSE(w->openpath(write(name, "x")));
         EXPECT_EQ(lastbox(), "This extension is not allowed for assembler source files.");
         EXPECT_EQ(w->windowTitle(), "Assembler - keep.asm");
     }
@@ -80,15 +91,39 @@ TEST_F(Form6Test, OpenRefusesOutputsAndKeepsItsFile)
     EXPECT_TRUE(lastbox().contains("missing.asm"));
     EXPECT_EQ(w->edittextboxpro1()->textbytes(), "\tNOP\n");
     // Through the dialog: the folder becomes lastpath.
-    write("sub.d/two.asm", "\tHLT\n");
-    choose(*driver, path("sub.d/two.asm"));
+    choose(*driver, put("sub.d/two.asm", "\tHLT\n"));
     w->menuopen_Click();
     EXPECT_EQ(w->windowTitle(), "Assembler - two.asm");
     EXPECT_EQ(machinestate().lastpath, path("sub.d").toStdString() + "/");
     EXPECT_EQ(w->edittextboxpro1()->textbytes(), "\tHLT\n");
 }
 
-TEST_F(Form6Test, AssembleRefusesUntitledAndEmpty)
+TEST_F(Form6Test, GoodAssemblySavesShowsTheListingEndAndGivesNoBox)
+{
+    // The file, the base of its outputs, whether a HEX file is asked for too.
+    for (const auto& [name, base, hex] : std::vector<std::tuple<QString, QString, bool>>{
+             {"good.asm", "good", false}, {"noext", "noext", true}, {"a.b.asm", "a", true}}) {
+        named(name, "old text\n");
+        w->edittextboxpro1()->settextbytes(goodsource.toStdString());
+        if (w->action("menusavehex")->isChecked() != hex)
+            w->action("menusavehex")->trigger();
+        const size_t before = boxcount();
+        w->menuassemble_Click();
+        EXPECT_EQ(boxcount(), before) << name.toStdString();
+        EXPECT_EQ(read(name), goodsource);
+        EXPECT_EQ(read(base + ".obj"), goodimage);
+        EXPECT_EQ(exists(base + ".hex"), hex);
+        EXPECT_EQ(regread("Generate HEX File Also"), hex ? "ON" : "OFF");
+        SourceEditor* listing = w->edittextboxpro2();
+        EXPECT_EQ(QByteArray::fromStdString(listing->textbytes()), read(base + ".lst"));
+        EXPECT_GE(listing->firstvisibleline() + listing->SendScintilla(QsciScintillaBase::SCI_LINESONSCREEN),
+                  listing->linecount());
+        EXPECT_FALSE(w->action("menu5")->isVisible() || w->frame1()->isVisible());
+        EXPECT_TRUE(w->menu("menu1")->menuAction()->isEnabled());
+    }
+}
+
+TEST_F(Form6Test, RefusalsAndErrorsAreToldMarkedAndWalkedAndTheirOutputsDeleted)
 {
     w->edittextboxpro1()->settextbytes("\tNOP\n");
     w->menuassemble_Click();
@@ -97,68 +132,20 @@ TEST_F(Form6Test, AssembleRefusesUntitledAndEmpty)
     w->menuassemble_Click();
     EXPECT_EQ(lastbox(), "The editor is empty.");
     EXPECT_FALSE(exists("empty.obj"));
-}
 
-TEST_F(Form6Test, GoodAssemblySavesShowsTheListingEndAndGivesNoBox)
-{
-    struct Case {
-        QString name, base;
-        bool hex;
-    };
-    for (const Case& c : {Case{"good.asm", "good", false}, Case{"noext", "noext", true}, Case{"a.b.asm", "a", true}}) {
-        named(c.name, "old text\n");
-        w->edittextboxpro1()->settextbytes(goodsource.toStdString());
-        if (w->action("menusavehex")->isChecked() != c.hex)
-            w->action("menusavehex")->trigger();
-        const size_t before = boxcount();
-        w->menuassemble_Click();
-        EXPECT_EQ(boxcount(), before) << c.name.toStdString();
-        EXPECT_EQ(read(c.name), goodsource);
-        EXPECT_EQ(read(c.base + ".obj"), goodimage);
-        EXPECT_EQ(exists(c.base + ".hex"), c.hex);
-        EXPECT_EQ(regread("Generate HEX File Also"), c.hex ? "ON" : "OFF");
-        SourceEditor* listing = w->edittextboxpro2();
-        EXPECT_EQ(QByteArray::fromStdString(listing->textbytes()), read(c.base + ".lst"));
-        EXPECT_GE(listing->firstvisibleline() + listing->SendScintilla(QsciScintillaBase::SCI_LINESONSCREEN),
-                  listing->linecount());
-        EXPECT_FALSE(w->action("menu5")->isVisible());
-        EXPECT_FALSE(w->frame1()->isVisible());
-        EXPECT_TRUE(w->menu("menu1")->menuAction()->isEnabled());
-    }
-}
-
-TEST_F(Form6Test, ErrorsAreToldMarkedAndTheirOutputsDeleted)
-{
     if (w->action("menusavehex")->isChecked())
         w->action("menusavehex")->trigger();
     named("bad.asm", errorsource);
     w->edittextboxpro1()->markline(1); // an old mark goes
     w->menuassemble_Click();
-    EXPECT_EQ(lastbox(), threeerrors);
-    EXPECT_EQ(w->edittextboxpro1()->markedlines(), errorlines);
-    EXPECT_EQ(w->edittextboxpro2()->markedlines(), errorrows);
-    EXPECT_EQ(w->edittextboxpro1()->currentline(), errorlines[0]);
-    EXPECT_EQ(w->edittextboxpro2()->currentline(), errorrows[0]);
-    EXPECT_FALSE(exists("bad.lst"));
-    EXPECT_FALSE(exists("bad.obj"));
+    EXPECT_EQ(lastbox(), "Assembly was not successful.\nYour assembler source contains 3 errors.");
+    EXPECT_EQ(w->edittextboxpro1()->markedlines(), (std::vector<int>{2, 5, 9}));
+    EXPECT_EQ(w->edittextboxpro2()->markedlines(), (std::vector<int>{3, 7, 12}));
+    EXPECT_EQ(std::pair(w->edittextboxpro1()->currentline(), w->edittextboxpro2()->currentline()), std::pair(2, 3));
+    EXPECT_FALSE(exists("bad.lst") || exists("bad.obj"));
     EXPECT_TRUE(w->action("menu5")->isVisible());
-    kelvane::test::saveshot(w, "form6-errors");
-
-    // One error is still "errors".
-    named("one.asm", "\tMOV Q,A\n");
-    w->menuassemble_Click();
-    EXPECT_EQ(lastbox(), "Assembly was not successful.\nYour assembler source contains 1 errors.");
-    EXPECT_EQ(w->edittextboxpro1()->markedlines(), std::vector<int>{1});
-    // New, Open and Save hide Go To Next Error.
-    w->menusave_Click();
-    EXPECT_FALSE(w->action("menu5")->isVisible());
-}
-
-TEST_F(Form6Test, GoToNextErrorWalksBothPanes)
-{
-    named("walk.asm", errorsource);
-    w->menuassemble_Click();
-    // Three steps: the lines of the source and of the listing after each.
+    saveshot(w, "form6-errors");
+    // Go To Next Error, three times: the lines of the source and of the listing after each.
     auto walk = [this] {
         std::vector<int> left, right;
         for (int i = 0; i < 3; ++i) {
@@ -174,48 +161,52 @@ TEST_F(Form6Test, GoToNextErrorWalksBothPanes)
     w->edittextboxpro1()->setCursorPosition(0, 0);
     w->edittextboxpro1()->insert("\tNOP\n\tNOP\n");
     EXPECT_EQ(walk(), std::pair(std::vector<int>{4, 7, 11}, std::vector<int>{7, 12, 12}));
+
+    // One error is still "errors".
+    named("one.asm", "\tMOV Q,A\n");
+    w->menuassemble_Click();
+    EXPECT_EQ(lastbox(), "Assembly was not successful.\nYour assembler source contains 1 errors.");
+    EXPECT_EQ(w->edittextboxpro1()->markedlines(), std::vector<int>{1});
+    // New, Open and Save hide Go To Next Error.
+    w->menusave_Click();
+    EXPECT_FALSE(w->action("menu5")->isVisible());
 }
 
 TEST_F(Form6Test, LoadTakesTheLastGoodObject)
 {
     MachineState& st = machinestate();
     const std::string lastpath = st.lastpath;
-    struct Step {
-        QByteArray source;
-        bool assemble;
-        bool running;
-        QString message;
-        QByteArray memory; // the first bytes of memory after the step
-    };
-    const std::vector<Step> steps = {
-        {goodsource, true, false, "Operation completed.\nTotal 5 (.004K) bytes loaded.", goodimage},
-        {"\tNOP\n\tNOP\n", false, false, "Operation completed.\nTotal 5 (.004K) bytes loaded.", goodimage},
+    const QString loaded = "Operation completed.\nTotal 5 (.004K) bytes loaded.";
+    // The source in the editor, whether it is assembled, whether a run goes on, the box, the first
+    // bytes of memory after Load ("": none loaded).
+    const std::vector<std::tuple<QByteArray, bool, bool, QString, QByteArray>> steps = {
+        {goodsource, true, false, loaded, goodimage},
+        {"\tNOP\n\tNOP\n", false, false, loaded, goodimage},
         {goodsource, false, true, "The simulation is running. Please stop the simulation first.", ""},
         {errorsource, true, false, "The file was not (successfully) assembled.", ""},
     };
     named("load.asm", "");
-    for (const Step& s : steps) {
+    for (const auto& [source, assemble, running, message, memory] : steps) {
         std::fill(st.mem.begin(), st.mem.end(), 0x11);
-        w->edittextboxpro1()->settextbytes(s.source.toStdString());
-        if (s.assemble)
+        w->edittextboxpro1()->settextbytes(source.toStdString());
+        if (assemble)
             w->menuassemble_Click();
-        st.running = s.running;
+        st.running = running;
         w->menuload_Click();
         st.running = false;
-        EXPECT_EQ(lastbox(), s.message);
-        QByteArray memory;
-        for (qsizetype i = 0; i < s.memory.size(); ++i)
-            memory += static_cast<char>(st.mem[static_cast<size_t>(i)]);
-        EXPECT_EQ(memory, s.memory);
+        EXPECT_EQ(lastbox(), message);
+        EXPECT_TRUE(std::equal(memory.begin(), memory.end(), st.mem.begin(),
+                               [](char a, int32_t b) { return static_cast<uint8_t>(a) == b; }));
+        EXPECT_TRUE(!memory.isEmpty() || st.mem[0] == 0x11); // a refusal leaves memory alone
     }
     EXPECT_EQ(st.lastpath, lastpath);
-
-    write("load.obj", "");
-    w->menuload_Click();
-    EXPECT_EQ(lastbox(), "The size of the program file is zero.");
-    write("load.obj", QByteArray(65537, 1));
-    w->menuload_Click();
-    EXPECT_EQ(lastbox(), "The size of the selected file is greater than 64K.");
+    for (const auto& [bytes, message] : std::vector<std::pair<QByteArray, QString>>{
+             {"", "The size of the program file is zero."},
+             {QByteArray(65537, 1), "The size of the selected file is greater than 64K."}}) {
+        write("load.obj", bytes);
+        w->menuload_Click();
+        EXPECT_EQ(lastbox(), message);
+    }
     w->menunew_Click();
     w->menuload_Click();
     EXPECT_EQ(lastbox(), "Please assemble the file first.");
@@ -224,11 +215,13 @@ TEST_F(Form6Test, LoadTakesTheLastGoodObject)
 TEST_F(Form6Test, FindAndReplaceAllThroughTheirBoxes)
 {
     named("find.asm", "\tmov a,b\n\tMOV c,d\n\tremove\n");
-    answer(*driver, {"MOV"});
+    QString offered;
+    answer(*driver, "MOV", &offered);
     w->menufind_Click();
     w->menufindnext_Click();
     EXPECT_EQ(w->edittextboxpro1()->selectedText(), "MOV"); // the second one
-    answer(*driver, {"mov", "MVI"});
+    answer(*driver, "mov", &offered);
+    answer(*driver, "MVI", &offered);
     w->menureplace_Click();
     EXPECT_EQ(lastbox(), "2 words replaced.");
     EXPECT_EQ(w->edittextboxpro1()->textbytes(), "\tMVI a,b\n\tMVI c,d\n\tremove\n");
@@ -237,27 +230,21 @@ TEST_F(Form6Test, FindAndReplaceAllThroughTheirBoxes)
 TEST_F(Form6Test, PrintsSourceAndListingEachLineEnded)
 {
     const QString pdf = path("out.pdf");
-    setprintdialog([pdf](QWidget*, QPrinter& p) {
-        p.setOutputFormat(QPrinter::PdfFormat);
-        p.setOutputFileName(pdf);
-        return true;
-    });
+    printto(pdf);
     named("pr.asm", "\tMVI A,5\n\tHLT"); // no line end at the last line
     w->menuprint2_Click();
     EXPECT_EQ(lastbox(), "The listing viewer is empty.");
-    struct Case {
-        const char* item;
-        QString heading, lastline;
-    };
     w->menuassemble_Click();
-    for (const Case& c : {Case{"menuprint", "Page 1          pr.asm", "        HLT"},
-                          Case{"menuprint2", "Page 1          pr.lst", "Number of errors = 0"}}) {
+    // The menu item, the heading and the last line of its one page.
+    for (const auto& [item, heading, lastline] : std::vector<std::tuple<const char*, QString, QString>>{
+             {"menuprint", "Page 1          pr.asm", "        HLT"},
+             {"menuprint2", "Page 1          pr.lst", "Number of errors = 0"}}) {
         QFile::remove(pdf);
-        w->action(c.item)->trigger();
-        const std::vector<QStringList> pages = kelvane::test::pdfpages(pdf);
+        w->action(item)->trigger();
+        const std::vector<QStringList> pages = pdfpages(pdf);
         ASSERT_EQ(pages.size(), 1u);
-        EXPECT_EQ(pages[0].first(), c.heading);
-        EXPECT_EQ(pages[0].last(), c.lastline);
+        EXPECT_EQ(pages[0].first(), heading);
+        EXPECT_EQ(pages[0].last(), lastline);
     }
     setprintdialog({});
 }
@@ -265,12 +252,9 @@ TEST_F(Form6Test, PrintsSourceAndListingEachLineEnded)
 TEST_F(Form6Test, SplitterKeepsItsPercentWithinLimits)
 {
     for (const auto& [stored, kept] : std::vector<std::pair<const char*, int>>{{"40", 40}, {"10", 25}, {"90", 75}}) {
-        if (w)
-            w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        closewindow(w);
         regwrite("Window6 Position", stored);
-        w = new Form6;
-        w->show();
+        (w = new Form6)->show();
         QCoreApplication::processEvents();
         const QList<int> sizes = w->razdelnik()->sizes();
         EXPECT_NEAR(sizes[0] * 100.0 / (sizes[0] + sizes[1]), kept, 1.0);
@@ -281,10 +265,7 @@ TEST_F(Form6Test, SplitterKeepsItsPercentWithinLimits)
 
 TEST_F(Form6Test, ProgressShowsWhileTheWindowIsClosedToTheUser)
 {
-    QByteArray big;
-    for (int i = 0; i < 60000; ++i)
-        big += "\tMVI A,5\n\tNOP\n";
-    named("long.asm", big);
+    named("long.asm", QByteArray("\tMVI A,5\n\tNOP\n").repeated(60000));
     QStringList seen;
     // Looked at on the first pass over the lines, whenever the assembly lets events through.
     QTimer look;
@@ -294,7 +275,7 @@ TEST_F(Form6Test, ProgressShowsWhileTheWindowIsClosedToTheUser)
         seen << (w->frame1()->isVisible() ? "frame" : "") << w->label1()->text().left(16) << w->label2()->text().left(6)
              << (w->menu("menu3")->menuAction()->isEnabled() ? "menus" : "") << (w->edittextboxpro1()->isEnabled() ? "panes" : "");
         w->action("menuassemble")->trigger(); // refused while one runs
-        kelvane::test::saveshot(w, "form6-assembling");
+        saveshot(w, "form6-assembling");
     });
     look.start(0);
     w->menuassemble_Click();
@@ -309,8 +290,7 @@ TEST_F(Form6Test, AnAssemblyDuringAnUltimateRunLeavesTheRunGoing)
     main.show();
     MachineState& st = machinestate();
     st.optconfirm = "ON";
-    write("delay.obj", QByteArray("\x0b\x78\xb1\xc2\x00\x00\xc3\x00\x00", 9));
-    ASSERT_EQ(main.loadprogramfile(path("delay.obj")), "");
+    ASSERT_EQ(main.loadprogramfile(write("delay.obj", QByteArray("\x0b\x78\xb1\xc2\x00\x00\xc3\x00\x00", 9))), "");
     main.messagesink = [](const std::string&) {};
     main.menuspeed_Click(6);
     bool running = false, looping = false;
@@ -324,8 +304,7 @@ TEST_F(Form6Test, AnAssemblyDuringAnUltimateRunLeavesTheRunGoing)
         QTimer::singleShot(50, [&] { main.action("menustop")->trigger(); });
     });
     main.action("menustart")->trigger(); // returns when the run has stopped
-    EXPECT_TRUE(running);
-    EXPECT_TRUE(looping);
+    EXPECT_TRUE(running && looping);
     EXPECT_GT(st.instructioncount, count); // it ran on after the assembly
     EXPECT_EQ(read("run.obj"), goodimage);
     EXPECT_EQ(lastbox(), "The simulation is running. Please stop the simulation first.");
@@ -334,55 +313,147 @@ TEST_F(Form6Test, AnAssemblyDuringAnUltimateRunLeavesTheRunGoing)
 
 TEST_F(Form6Test, ClosingDuringACommandEndsItQuietly)
 {
+    write("tasm", "#!/bin/sh\nsleep 5\n");
+    QFile::setPermissions(path("tasm"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    printto(path("close.pdf"));
     // What runs while the window lets events through, and who closes it then.
-    struct Case {
-        const char* what;
-        void (Form6::*command)();
-        bool byform1;
-    };
-    std::vector<Case> cases;
     for (const auto& [what, command] : {std::pair{"assembly", &Form6::menuassemble_Click},
                                         std::pair{"external wait", &Form6::menuassembletasm_Click},
                                         std::pair{"print", &Form6::menuprint_Click}})
-        for (const bool byform1 : {false, true})
-            cases.push_back({what, command, byform1});
-    QByteArray big;
-    for (int i = 0; i < 30000; ++i)
-        big += "\tMOV Q,A\n\tNOP\n";
-    write("tasm", "#!/bin/sh\nsleep 5\n");
-    QFile::setPermissions(path("tasm"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    setprintdialog([this](QWidget*, QPrinter& p) {
-        p.setOutputFormat(QPrinter::PdfFormat);
-        p.setOutputFileName(path("close.pdf"));
-        return true;
-    });
-    for (const Case& c : cases) {
-        if (!w) {
-            w = new Form6;
-            w->show();
+        for (const bool byform1 : {false, true}) {
+            if (!w)
+                (w = new Form6)->show();
+            named("big.asm", QByteArray("\tMOV Q,A\n\tNOP\n").repeated(30000));
+            auto main = std::make_unique<Form1>();
+            main->show();
+            machinestate().tasmpath = path("tasm").toStdString(); // Form1 read its own at load
+            machinestate().optconfirm = "ON";
+            bool wasbusy = false;
+            QTimer::singleShot(0, [&] {
+                wasbusy = w->busy();
+                byform1 ? main->close() : w->close();
+            });
+            const size_t before = boxcount();
+            (w->*command)();
+            SCOPED_TRACE(std::string(what) + (byform1 ? " closed by Form1" : ""));
+            EXPECT_TRUE(wasbusy);
+            EXPECT_FALSE(machinestate().Form6);
+            EXPECT_EQ(boxcount(), before); // no box for a window that is gone
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            EXPECT_TRUE(w.isNull());
         }
-        named("big.asm", big);
-        auto main = std::make_unique<Form1>();
-        main->show();
-        machinestate().tasmpath = path("tasm").toStdString(); // Form1 read its own at load
-        machinestate().optconfirm = "ON";
-        bool wasbusy = false;
-        QTimer::singleShot(0, [&] {
-            wasbusy = w->busy();
-            if (c.byform1)
-                main->close();
-            else
-                w->close();
-        });
-        const size_t before = boxcount();
-        (w->*c.command)();
-        EXPECT_TRUE(wasbusy) << c.what;
-        EXPECT_FALSE(machinestate().Form6) << c.what;
-        EXPECT_EQ(boxcount(), before) << c.what; // no box for a window that is gone
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_TRUE(w.isNull()) << c.what;
-    }
     setprintdialog({});
+}
+
+// ---- The external assembler. ----
+
+const QString failed = "Assembly was not successful.\nTASM.EXE failed to generate the expected files t.lst and t.obj!";
+
+struct ExternalTest : Form6Test {
+    ExternalTest() { externaltickms() = 20; }
+    ~ExternalTest() override { externaltickms() = 200; }
+    // A program of the test: records its arguments and folder, then runs `body` there.
+    void program(const QString& body, bool executable = true)
+    {
+        const QString script = "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + path("args") + "'\npwd > '" + path("cwd") +
+                               "'\ncp \"$3\" '" + path("copied") + "'\n" + body + "\n";
+        write("tasm", script.toUtf8());
+        QFile::setPermissions(path("tasm"), executable ? QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
+                                                       : QFile::ReadOwner | QFile::WriteOwner);
+        machinestate().tasmpath = path("tasm").toStdString();
+    }
+};
+
+// A body that writes both files, the listing ending in the count of errors.
+std::string writeboth(int errors)
+{
+    return "printf 'OBJ' > 00000000.obj\nprintf '0001   0000 00 NOP\\r\\nNumber of errors = " + std::to_string(errors) +
+           "' > 00000000.lst";
+}
+
+TEST_F(ExternalTest, WhatTheProgramLeavesDecides)
+{
+    // The wait's tick, the program's body, whether it can be started, the box ("" none). Only a good
+    // run leaves a listing and an object beside the source (a stale listing goes).
+    const std::vector<std::tuple<int, std::string, bool, QString>> cases = {
+        {20, writeboth(3), true, "Assembly was not successful.\nYour assembler source contains 3 errors."},
+        {20, "printf 'x' > 00000000.lst", true, failed},
+        {20, "true", true, failed},
+        {20, "sleep 3; printf 'x' > 00000000.obj; printf 'x' > 00000000.lst; touch '" + path("late").toStdString() + "'",
+         true, failed},
+        {20, "true", false, failed},
+        {20, writeboth(0), true, ""},
+        {200, writeboth(0), true, ""}, // once with the real tick
+    };
+    for (const auto& [tick, body, executable, box] : cases) {
+        externaltickms() = tick;
+        program(QString::fromStdString(body), executable);
+        named("t.asm", "\tNOP\n");
+        write("t.lst", "stale");
+        const size_t before = boxcount();
+        w->menuassembletasm_Click();
+        SCOPED_TRACE(body);
+        EXPECT_EQ(boxcount() == before ? QString() : lastbox(), box);
+        EXPECT_EQ(exists("t.lst") || exists("t.obj"), box.isEmpty());
+        EXPECT_FALSE(w->action("menu5")->isVisible());
+        if (!box.isEmpty())
+            continue;
+        // Started in a folder of its own, removed after the run, with the fixed arguments.
+        const QString cwd = QString::fromUtf8(read("cwd")).trimmed();
+        EXPECT_EQ(QString::fromUtf8(read("args")), "-85\n-b\n" + cwd + "/00000000.asm\n");
+        EXPECT_NE(cwd, dir.path());
+        EXPECT_FALSE(QFileInfo::exists(cwd));
+        EXPECT_EQ(read("copied"), "\tNOP\n");
+        EXPECT_EQ(read("t.obj"), "OBJ");
+        EXPECT_EQ(w->edittextboxpro2()->textbytes(), "0001   0000 00 NOP\r\nNumber of errors = 0");
+    }
+    // The slow child was ended with the wait: its late file never comes.
+    QThread::msleep(3500);
+    EXPECT_FALSE(exists("late"));
+}
+
+TEST_F(ExternalTest, AWrapperAroundTheBuiltInAssembler)
+{
+    program(QStringLiteral("exec '%1' asm \"$3\"").arg(KELVANE_CLI_PATH));
+    named("t.asm", "START:\tMVI A,5\n\tJMP START\n");
+    const size_t before = boxcount();
+    w->menuassembletasm_Click();
+    EXPECT_EQ(boxcount(), before);
+    EXPECT_EQ(read("t.obj"), QByteArray("\x3e\x05\xc3\x00\x00", 5));
+    EXPECT_TRUE(QString::fromStdString(w->edittextboxpro2()->textbytes()).trimmed().endsWith("Number of errors = 0"));
+
+    w->edittextboxpro1()->settextbytes("\tMOV Q,A\n\tJMP NOWHERE\n");
+    w->menuassembletasm_Click();
+    EXPECT_EQ(lastbox(), "Assembly was not successful.\nYour assembler source contains 2 errors.");
+    EXPECT_FALSE(exists("t.obj"));
+}
+
+TEST_F(ExternalTest, TasmPathListsEveryFileAndKeepsTheChoice)
+{
+    program("true");
+    put("bin/assembler", "#!/bin/sh\n");
+    QString shownfilter;
+    QStringList modelfilters;
+    driver->on<QFileDialog>([&](QFileDialog* d) {
+        shownfilter = d->selectedNameFilter();
+        if (auto* model = d->findChild<QFileSystemModel*>())
+            modelfilters = model->nameFilters();
+        d->selectFile(path("bin/assembler"));
+        static_cast<QDialog*>(d)->accept();
+    });
+    w->menutasmpath_Click();
+    EXPECT_EQ(shownfilter, "All files (*.*)");
+    EXPECT_EQ(modelfilters, QStringList{"*"});
+    EXPECT_EQ(machinestate().tasmpath, path("bin/assembler").toStdString());
+    EXPECT_EQ(regread("Tasm Path"), machinestate().tasmpath);
+
+    driver->on<QFileDialog>([](QFileDialog* d) { d->reject(); });
+    w->menutasmpath_Click();
+    EXPECT_EQ(lastbox(), "The file do not exist.");
+    EXPECT_EQ(machinestate().tasmpath, path("bin/assembler").toStdString());
+    machinestate().tasmpath = path("nothing").toStdString();
+    w->menuassembletasm_Click();
+    EXPECT_EQ(lastbox(), "TASM assembler not found.");
 }
 
 } // namespace

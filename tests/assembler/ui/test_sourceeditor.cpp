@@ -7,20 +7,28 @@
 #include "shell/sourceeditorsettings.h"
 #include "sim/settings.h"
 
-#include <QFile>
 #include <QFontInfo>
-#include <QTemporaryDir>
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/common/datatable.h"
+#include "tests/common/windowtest.h"
 
 using namespace kelvane;
 
 namespace {
 
 using Cases = std::vector<std::pair<std::string, std::string>>;
+
+// The pairs of a table under tests/data/sourceeditor, "\t" and "\s" written out.
+Cases table(const QString& name)
+{
+    Cases cases;
+    for (QStringList row : test::datatable("sourceeditor/" + name)) {
+        for (QString& f : row)
+            f.replace("\\t", "\t").replace("\\s", " ");
+        cases.emplace_back(row.value(0).toStdString(), row.value(1).toStdString());
+    }
+    return cases;
+}
 
 // The first (or second) texts of the cases as the lines of one text.
 std::string joined(const Cases& cases, const char* end = "\n", bool second = false)
@@ -40,80 +48,47 @@ void addatend(SourceEditor& ed, const std::string& text)
     ed.endUndoAction();
 }
 
-// The image and the errors (line, message) of a source.
-std::pair<std::vector<int32_t>, std::vector<std::pair<int32_t, std::string>>> assemble(const std::string& text)
+// The image and the errors (line: message) of a source.
+std::pair<std::vector<int32_t>, std::vector<std::string>> assemble(const std::string& text)
 {
     Assembler as;
     as.assembletext(text, 1000);
-    std::vector<std::pair<int32_t, std::string>> errors;
+    std::vector<std::string> errors;
     for (const AsmError& e : as.errors())
-        errors.emplace_back(e.line, e.message);
+        errors.push_back(std::to_string(e.line) + ": " + e.message);
     return {as.objimage, errors};
 }
 
-// Each line as typed and as Format Text leaves it.
-const Cases formatcases = {
-    {"LOOP:  MVI   A, 5   ; load", "LOOP:\tMVI A, 5\t; load"},
-    {"      mov a,b", "\tmov a,b"},
-    {"   X  EQU  5", "X\tEQU 5"},
-    {"Y .EQU LOOP+2", "Y\t.EQU LOOP+2"},
-    {".ORG 100H", "\t.ORG 100H"},
-    {"NOP", "NOP"},
-    {"MOV A,B", "MOV\tA,B"},
-    {"; header", "; header"},
-    {"    ; indented", "\t; indented"},
-    {"\tDB 'a;b'", "\tDB 'a\t;b'"},
-    {"START: JMP START", "START:\tJMP START"},
-    {"   \t ", ""},
-    {"LBL3:\t\t;c", "LBL3:\t;c"},
-    {"\t  lxi   h , 'A' + 3  ", "\tlxi h , 'A' + 3"},
-    {"\tDB 1,  \"xyz\" , 2", "\tDB 1,  \"xyz\" , 2"},
-    {"\t.DS 4 ; EQU  ", "\t.DS 4\t; EQU  "},
-    {"\tIN EQU", "\tIN EQU"},
-    {"\tJMP\tLOOP", "\tJMP LOOP"},
-};
-
 TEST(SourceEditorFormat, LinesAsExpectedAndTheSourceAssemblesAlike)
 {
-    for (const auto& [typed, formatted] : formatcases)
+    const Cases cases = table("format.txt");
+    ASSERT_EQ(cases.size(), 18u);
+    for (const auto& [typed, formatted] : cases)
         EXPECT_EQ(formatassemblerline(typed), formatted) << typed;
     for (const char* end : {"\n", "\r\n"}) {
-        const std::string before = joined(formatcases, end);
+        const std::string before = joined(cases, end);
         const std::string after = formattextlines(before, formatassemblerline);
-        EXPECT_EQ(after, joined(formatcases, end, true)); // line ends kept
+        EXPECT_EQ(after, joined(cases, end, true)); // line ends kept
         const auto a = assemble(before);
         EXPECT_EQ(a, assemble(after));
         EXPECT_FALSE(a.second.empty()); // the cases hold errors too, which must stay the same
     }
-}
-
-TEST(SourceEditorFormat, InTheEditorOneUndoStepAndMarksStay)
-{
+    // In the editor: one undo step, and marks stay.
     SourceEditor ed;
     ed.setlanguagemode(2);
-    const std::string before = "A:  NOP\n  mov a,b\n";
-    ed.settextbytes(before);
+    ed.settextbytes("A:  NOP\n  mov a,b\n");
     ed.markline(2);
     ed.formattext();
     EXPECT_EQ(ed.textbytes(), "A:\tNOP\n\tmov a,b\n");
     EXPECT_EQ(ed.markedlines(), std::vector<int>{2});
     ed.undo();
-    EXPECT_EQ(ed.textbytes(), before);
+    EXPECT_EQ(ed.textbytes(), "A:  NOP\n  mov a,b\n");
 }
 
 TEST(SourceEditorColouring, StylesFollowTheAssemblersReading)
 {
-    // Styles by letter: '.' text, 'K' keyword, 'C' comment.
-    const Cases cases = {
-        {"\tmov a,b ; c", ".KKK.....CCC"},
-        {"MOV A,B", "......."}, // a label in column 1
-        {"X EQU 5", "..KKK.."},
-        {"\tDB 'a;b'", ".KK...CCC"}, // the comment begins inside the quotes
-        {".ORG 0", "KKKK.."},
-        {"\tLXI H,DB", ".KKK....."}, // only the statement's first word
-        {"\tmovx a", "......."},
-        {"  y  .equ 3", ".....KKKK.."},
-    };
+    const Cases cases = table("colouring.txt");
+    ASSERT_EQ(cases.size(), 8u);
     SourceEditor ed;
     ed.setlanguagemode(2);
     for (const char* k : {"MOV", "EQU", ".EQU", "DB", ".ORG", "LXI"})
@@ -159,20 +134,17 @@ TEST(SourceEditorColouring, AKeystrokeRestylesOnlyWhatIsShown)
 
 TEST(SourceEditorEditing, ReplaceAllWholeWordsAnyCaseInOneUndoStep)
 {
-    struct Case {
-        std::string text, what, with;
-        int count;
-        std::string after;
-    };
-    for (const Case& c : {Case{"mov a,b\nMOV c,d\nremove\n\tmov\n", "mov", "MVI", 3, "MVI a,b\nMVI c,d\nremove\n\tMVI\n"},
-                          Case{"L: JMP L\nL2: JMP L2\n", "l", "X", 2, "X: JMP X\nL2: JMP L2\n"},
-                          Case{"nothing\n", "xyz", "a", 0, "nothing\n"}}) {
+    // The text, what is replaced and by what, the count, the text after.
+    for (const auto& [text, what, with, count, after] : std::vector<std::tuple<std::string, QString, QString, int, std::string>>{
+             {"mov a,b\nMOV c,d\nremove\n\tmov\n", "mov", "MVI", 3, "MVI a,b\nMVI c,d\nremove\n\tMVI\n"},
+             {"L: JMP L\nL2: JMP L2\n", "l", "X", 2, "X: JMP X\nL2: JMP L2\n"},
+             {"nothing\n", "xyz", "a", 0, "nothing\n"}}) {
         SourceEditor ed;
-        ed.settextbytes(c.text);
-        EXPECT_EQ(ed.replaceall(QString::fromStdString(c.what), QString::fromStdString(c.with)), c.count);
-        EXPECT_EQ(ed.textbytes(), c.after);
+        ed.settextbytes(text);
+        EXPECT_EQ(ed.replaceall(what, with), count);
+        EXPECT_EQ(ed.textbytes(), after);
         ed.undo();
-        EXPECT_EQ(ed.textbytes(), c.text);
+        EXPECT_EQ(ed.textbytes(), text);
     }
 }
 
@@ -199,77 +171,59 @@ TEST(SourceEditorEditing, UndoStopsAtTheNumberOfLevels)
     }
 }
 
-TEST(SourceEditorFiles, EncodingsLineEndsAndNulBytesRoundTrip)
+using SourceEditorFiles = test::WindowTest;
+
+TEST_F(SourceEditorFiles, EncodingsLineEndsAndNulBytesRoundTrip)
 {
-    struct Case {
-        QByteArray bytes;
-        bool latin1;
-        std::string shown, typedline; // the editor's UTF-8 text; a new line typed at the end
-    };
-    const std::vector<Case> cases = {
+    // The file's bytes, whether they are read as Latin-1, the editor's UTF-8 text, a new line typed at the end.
+    const std::vector<std::tuple<QByteArray, bool, std::string, std::string>> cases = {
         {"\tMVI A,'\xc3\xa9'\r\n", false, "\tMVI A,'\xc3\xa9'\r\n", "\r\n"},
         {"; caf\xe9\n", true, "; caf\xc3\xa9\n", "\n"},
         {QByteArray("a\0b\x01\xff\n", 6), true, std::string("a\0b\x01\xc3\xbf\n", 7), "\n"},
         {QByteArray("x\0y", 3), false, std::string("x\0y", 3), "\n"},
     };
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("f.asm"));
-    const QString copy = dir.filePath(QStringLiteral("g.asm"));
-    for (const Case& c : cases) {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(c.bytes);
-        f.close();
+    for (const auto& [bytes, latin1, shown, typedline] : cases) {
         SourceEditor ed;
-        ASSERT_TRUE(ed.loadfile(path));
-        EXPECT_EQ(ed.latin1(), c.latin1);
-        EXPECT_EQ(ed.textbytes(), c.shown);
-        ASSERT_TRUE(ed.savefile(copy));
-        QFile g(copy);
-        ASSERT_TRUE(g.open(QIODevice::ReadOnly));
-        EXPECT_EQ(g.readAll(), c.bytes);
+        ASSERT_TRUE(ed.loadfile(write("f.asm", bytes)));
+        EXPECT_EQ(ed.latin1(), latin1);
+        EXPECT_EQ(ed.textbytes(), shown);
+        ASSERT_TRUE(ed.savefile(path("g.asm")));
+        EXPECT_EQ(read("g.asm"), bytes);
         ed.SendScintilla(QsciScintillaBase::SCI_DOCUMENTEND);
         ed.SendScintilla(QsciScintillaBase::SCI_NEWLINE);
-        EXPECT_EQ(ed.textbytes(), c.shown + c.typedline);
+        EXPECT_EQ(ed.textbytes(), shown + typedline);
     }
 }
 
 TEST(SourceEditorScrolling, WheelNotchesScrollByTheStep)
 {
-    struct Case {
-        int step;
-        std::vector<int> deltas;
-        int firstline;
-    };
-    for (const Case& c : {Case{10, {-120}, 11}, Case{10, {-60, -60}, 11}, // touchpad deltas add up
-                          Case{10, {-60}, 1}, Case{3, {-120, -120, 120}, 4}, Case{5, {-240, -30, -30, -30, -30}, 16}}) {
+    // The step, the wheel's deltas (a touchpad's add up), the first line shown after them.
+    for (const auto& [step, deltas, firstline] : std::vector<std::tuple<int, std::vector<int>, int>>{
+             {10, {-120}, 11}, {10, {-60, -60}, 11}, {10, {-60}, 1}, {3, {-120, -120, 120}, 4}, {5, {-240, -30, -30, -30, -30}, 16}}) {
         SourceEditor ed;
         ed.resize(400, 300);
         ed.settextbytes(std::string(500, '\n'));
-        ed.setwheelstep(c.step);
-        for (int d : c.deltas)
+        ed.setwheelstep(step);
+        for (int d : deltas)
             ed.wheelturn(d);
-        EXPECT_EQ(ed.firstvisibleline(), c.firstline) << c.step;
+        EXPECT_EQ(ed.firstvisibleline(), firstline) << step;
     }
 }
 
 TEST(SourceEditorSettings, TheAssemblersSettingsReachTheEditor)
 {
-    SourceEditor ed;
-    applyassemblereditor(ed); // the defaults, written as they are read
-    EXPECT_EQ(ed.tabWidth(), 8);
-    EXPECT_EQ(ed.wheelstep(), 10);
-    EXPECT_EQ(ed.undolevels(), 10);
-    EXPECT_EQ(ed.color(EditorColor::comment), QColor(0, 64, 64));
-    EXPECT_TRUE(QFontInfo(ed.editorfont()).fixedPitch()); // "Courier New" is missing here
-    for (const auto& [name, value] : Cases{{"A Tab Size", "4"}, {"A Scroll Wheel Step", "3"},
-                                           {"A Undo Levels Number", "0"}, {"A Keyword Color", "197121"}})
-        regwrite(name, value);
-    applyassemblereditor(ed);
-    EXPECT_EQ(ed.tabWidth(), 4);
-    EXPECT_EQ(ed.wheelstep(), 3);
-    EXPECT_EQ(ed.undolevels(), 0);
-    EXPECT_EQ(ed.color(EditorColor::keyword), QColor(1, 2, 3));
+    // The defaults (written as they are read), then settings of the user's.
+    for (const bool defaults : {true, false}) {
+        SourceEditor ed;
+        applyassemblereditor(ed);
+        EXPECT_EQ(std::tuple(ed.tabWidth(), ed.wheelstep(), ed.undolevels()), defaults ? std::tuple(8, 10, 10) : std::tuple(4, 3, 0));
+        EXPECT_EQ(ed.color(EditorColor::comment), QColor(0, 64, 64));
+        EXPECT_EQ(ed.color(EditorColor::keyword) == QColor(1, 2, 3), !defaults);
+        EXPECT_TRUE(QFontInfo(ed.editorfont()).fixedPitch()); // "Courier New" is missing here
+        for (const auto& [name, value] : Cases{{"A Tab Size", "4"}, {"A Scroll Wheel Step", "3"},
+                                               {"A Undo Levels Number", "0"}, {"A Keyword Color", "197121"}})
+            regwrite(name, value);
+    }
 }
 
 } // namespace

@@ -12,26 +12,23 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPointer>
-#include <QScreen>
 #include <QTest>
 #include <QTimer>
 
+#include "tests/common/datatable.h"
 #include "tests/common/shot.h"
 #include "tests/common/windowtest.h"
 
 #include <fstream>
+#include <numeric>
 
 using namespace kelvane;
 
 namespace {
 
-std::string formatted(const std::string& text)
-{
-    return formatblocktext(text, formatbasicline, basicblocks);
-}
-
 TEST(BasicMode, FormatTextAsRecordedAndEveryProgramCompilesAlikeAfterIt)
 {
+    const auto formatted = [](const std::string& text) { return formatblocktext(text, formatbasicline, basicblocks); };
     // tests/data/basicui/format.txt: pairs of texts, "\t" and "\s" written out.
     std::vector<std::pair<std::string, std::string>> cases;
     std::ifstream data(std::string(KELVANE_TEST_DATA) + "/basicui/format.txt");
@@ -82,21 +79,18 @@ struct Form12Test : test::WindowTest {
 
 TEST_F(Form12Test, TypingSetsKeywordCaseAndIndents)
 {
-    std::ifstream data(std::string(KELVANE_TEST_DATA) + "/basicui/typing.txt");
-    int cases = 0;
-    for (std::string line; std::getline(data, line);) {
-        const QStringList f = QString::fromStdString(line).replace("\\n", "\n").replace("\\t", "\t").split(" | ");
-        if (f.size() != 4 || line[0] == '#')
-            continue;
-        ++cases;
+    const std::vector<QStringList> rows = test::datatable("basicui/typing.txt");
+    ASSERT_EQ(rows.size(), 5u);
+    for (QStringList f : rows) {
+        for (QString& field : f)
+            field.replace("\\n", "\n").replace("\\t", "\t");
         regwrite("C Auto Format Text Enabled", f[0].toStdString());
         regwrite("C Auto Case Control Enabled", f[1].toStdString());
         reopen();
         for (const QChar ch : f[2])
             ch == '\n' ? QTest::keyClick(editor(), Qt::Key_Return) : QTest::keyClicks(editor(), QString(ch));
-        EXPECT_EQ(text(), f[3]) << line;
+        EXPECT_EQ(text(), f.value(3)) << f[2].toStdString();
     }
-    EXPECT_EQ(cases, 5);
     // An opened file keeps its spelling; Format Text changes no word and is one undo step.
     const QString file = "dim x as integer\r\n  While b\r\nx  =  1\r\nPrint 1,  \"a  b\"   ' note\r\nwend\r\nWend\r\n";
     named("lower.bas", file.toUtf8());
@@ -136,15 +130,11 @@ TEST_F(Form12Test, SaveAsGivesBasFilesAndAnOpenedFileKeepsItsName)
 
 TEST_F(Form12Test, CompileInEachOutcome)
 {
-    struct Case {
-        QString name, source, box; // name "" untitled
-        bool disabled; // editor and menus while the box stands
-        int line;      // the caret after the compile
-        std::vector<int> marks;
-    };
     const QString good = "The compilation process was successful.\nTotal 9 lines of assembler source generated.\n"
                          "Output saved as " + path("c.asm");
-    const std::vector<Case> cases = {
+    // The file's name ("" untitled), its text, the box, whether editor and menus are off while the
+    // box stands, the caret's line after the compile, the marked lines.
+    const std::vector<std::tuple<QString, QString, QString, bool, int, std::vector<int>>> cases = {
         {"", "End\n", "Please save the file first.", false, 1, {1}},
         {"c.bas", "", "The editor is empty.", false, 1, {1}},
         {"c.bas", "Dim b As Boolean\nb = True\nx  = 1\nEnd\n", "Error in line 3: Syntax error.", true, 3, {3}},
@@ -162,19 +152,20 @@ TEST_F(Form12Test, CompileInEachOutcome)
         }
     });
     watch.start(5);
-    for (const Case& c : cases) {
+    for (const auto& [name, source, box, disabled, line, marks] : cases) {
         w->menunew_Click();
         write("c.asm", "old");
-        c.name.isEmpty() ? editor()->settextbytes(c.source.toStdString()) : named(c.name, c.source.toUtf8());
+        name.isEmpty() ? editor()->settextbytes(source.toStdString()) : named(name, source.toUtf8());
         editor()->markline(1); // a mark of an earlier compile goes when a compile runs
         seen.clear();
         w->menucompile_Click();
-        EXPECT_EQ(seen, QStringList(QStringLiteral("%1|%2|1").arg(c.box).arg(int(c.disabled))));
-        EXPECT_EQ(editor()->currentline(), c.line) << c.box.toStdString();
-        EXPECT_EQ(editor()->markedlines(), c.marks) << c.box.toStdString();
-        EXPECT_EQ(read("c.asm") == "old", c.box != good) << c.box.toStdString();
+        SCOPED_TRACE(box.toStdString());
+        EXPECT_EQ(seen, QStringList(QStringLiteral("%1|%2|1").arg(box).arg(int(disabled))));
+        EXPECT_EQ(editor()->currentline(), line);
+        EXPECT_EQ(editor()->markedlines(), marks);
+        EXPECT_EQ(read("c.asm") == "old", box != good);
         EXPECT_TRUE(editor()->isEnabled() && w->menu("menu1")->menuAction()->isEnabled());
-        if (c.line == 3)
+        if (line == 3)
             test::saveshot(w, "form12-error");
     }
 }
@@ -213,9 +204,8 @@ TEST_F(Form12Test, AFolderGoneABinaryFileTheEditMenuAndThePosition)
     w->menucompile_Click();
     EXPECT_TRUE(lastbox().contains("gone")) << lastbox().toStdString();
     EXPECT_EQ(text(), "End\n");
-    QByteArray bytes;
-    for (int i = 0; i < 4096; ++i)
-        bytes.append(static_cast<char>((i * 37 + 11) % 256));
+    QByteArray bytes(4096, 0);
+    std::iota(bytes.begin(), bytes.end(), 11);
     named("bin.obj", bytes);
     w->menucompile_Click();
     EXPECT_TRUE(lastbox().startsWith("Error in line ")) << lastbox().toStdString();
@@ -229,16 +219,13 @@ TEST_F(Form12Test, AFolderGoneABinaryFileTheEditMenuAndThePosition)
         w->menu("menu2")->hide();
     }
 
+    // The position is saved at unload and placed at load (centring when positions aren't saved is
+    // the settings' own).
     w->setGeometry(40, 50, 600, 500);
-    for (const char* option : {"ON", "OFF"}) {
-        machinestate().optsavepositions = option;
-        reopen();
-        EXPECT_TRUE(machinestate().Form12);
-        if (option[1] == 'N')
-            EXPECT_EQ(w->geometry(), QRect(40, 50, 600, 500));
-        else
-            EXPECT_NEAR(w->geometry().center().x(), w->screen()->availableGeometry().center().x(), 2);
-    }
+    machinestate().optsavepositions = "ON";
+    reopen();
+    EXPECT_TRUE(machinestate().Form12);
+    EXPECT_EQ(w->geometry(), QRect(40, 50, 600, 500));
     closewindow(w);
     EXPECT_FALSE(machinestate().Form12);
 }

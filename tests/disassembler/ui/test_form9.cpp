@@ -1,5 +1,5 @@
 // The Disassembler window: loads by the filter entry and refusals, both forms as recorded, the
-// option and the saved extension, the progress of a 64K run, printing, a reopened window.
+// option and the saved extension, printing, a reopened window, the progress of a 64K run.
 #include "disassembler/ui/form9.h"
 #include "shell/printing.h"
 #include "sim/settings.h"
@@ -18,9 +18,6 @@
 #include "tests/common/shot.h"
 #include "tests/common/windowtest.h"
 #include "tests/shell/pdftext.h"
-
-#include <fstream>
-#include <array>
 
 using namespace kelvane;
 
@@ -77,40 +74,48 @@ TEST_F(Form9Test, BothFormsAsRecordedWhateverTheSharedEngineHolds)
     w->menudisassemble_Click();
     EXPECT_EQ(lastbox(), "Please load program file first.");
     // tests/data/disassembler/outputs.txt: "@@ case NAME BYTES...", then "@@ listing" and "@@ source".
-    std::ifstream in(std::string(KELVANE_TEST_DATA) + "/disassembler/outputs.txt");
-    std::vector<std::array<QString, 3>> cases; // bytes as text, listing, source
-    QString* into = nullptr;
-    for (std::string line; std::getline(in, line);) {
-        if (line.rfind("@@ case ", 0) == 0)
-            (into = &cases.emplace_back()[0])->append(QString::fromStdString(line.substr(line.find(' ', 8))));
-        else if (line == "@@ listing" || line == "@@ source")
-            into = &cases.back()[line == "@@ listing" ? 1 : 2];
-        else
-            into->append(QString::fromStdString(line) + "\n");
-    }
-    ASSERT_GE(cases.size(), 9u);
-    for (const auto& [bytes, listing, source] : cases) {
-        ASSERT_TRUE(w->loadprogram(write("r.obj", QByteArray::fromHex(bytes.toLatin1())), 1));
+    QFile data(KELVANE_TEST_DATA "/disassembler/outputs.txt");
+    ASSERT_TRUE(data.open(QIODevice::ReadOnly));
+    const QRegularExpression sections("@@ case \\S+ ([^\\n]*)\\n@@ listing\\n(.*?)@@ source\\n(.*?)(?=@@ case|\\z)",
+                                      QRegularExpression::DotMatchesEverythingOption);
+    int cases = 0;
+    QString source;
+    for (const QRegularExpressionMatch& m : sections.globalMatch(QString::fromUtf8(data.readAll()))) {
+        ++cases;
+        source = m.captured(3);
+        ASSERT_TRUE(w->loadprogram(write("r.obj", QByteArray::fromHex(m.captured(1).toLatin1())), 1));
         for (const bool sourceform : {false, true}) {
             dasm().loadmemory(std::vector<int32_t>(65536, 0xCD).data(), 4); // another user of that engine
             setoption(sourceform);
             w->menudisassemble_Click();
-            EXPECT_EQ(pane(), sourceform ? source : listing) << bytes.toStdString();
+            EXPECT_EQ(pane(), m.captured(sourceform ? 3 : 2)) << m.captured(1).toStdString();
         }
     }
+    EXPECT_GE(cases, 9);
     EXPECT_TRUE(QDir(dir.path()).entryList({"8085_disassembler_temporary_file*"}).isEmpty());
     // Where the folder of the files can't be written, the run goes on in the user's data folder.
     machinestate().lastpath = path("gone/").toStdString();
     w->menudisassemble_Click();
-    EXPECT_EQ(pane(), cases.back()[2]);
+    EXPECT_EQ(pane(), source);
 }
 
-TEST_F(Form9Test, TheOptionAtSavingDecidesTheExtensionAndAReopenedWindowHasNoProgram)
+TEST_F(Form9Test, SavedByTheOptionPrintedUnderTheProgramsNameAndAReopenedWindowHasNoProgram)
 {
-    ASSERT_TRUE(w->loadprogram(write("p.obj", program), 1));
+    setprintdialog([this](QWidget*, QPrinter& p) {
+        p.setOutputFormat(QPrinter::PdfFormat);
+        p.setOutputFileName(path("out.pdf"));
+        return true;
+    });
+    w->menuprint_Click();
+    EXPECT_EQ(lastbox(), "The viewer is empty.");
+    ASSERT_TRUE(w->loadprogram(write("pr.obj", program), 1));
     w->menusave_Click();
     EXPECT_EQ(lastbox(), "There is no listing to save.");
     w->menudisassemble_Click();
+    w->menuprint_Click();
+    const QStringList expected = QStringList{"Page 1          pr.obj", "", ""} + pane().remove(QRegularExpression("\\n+$")).split('\n');
+    EXPECT_EQ(test::pdfpages(path("out.pdf")), std::vector<QStringList>{expected});
+    setprintdialog({});
     for (const bool option : {false, true}) {
         setoption(option);
         EXPECT_EQ(regread("Listing Without Opcodes"), option ? "ON" : "OFF");
@@ -153,26 +158,6 @@ TEST_F(Form9Test, A64KRunShowsItsProgressAndEndsAtFFFF)
     EXPECT_EQ(lines.size(), 65536 + 4);
     EXPECT_EQ(lines.last(), "5536   FFFF 00" + QString(18, ' ') + "NOP");
     test::saveshot(w, "form9-listing");
-}
-
-TEST_F(Form9Test, PrintsThePaneUnderTheProgramsName)
-{
-    const QString pdf = path("out.pdf");
-    setprintdialog([pdf](QWidget*, QPrinter& p) {
-        p.setOutputFormat(QPrinter::PdfFormat);
-        p.setOutputFileName(pdf);
-        return true;
-    });
-    w->menuprint_Click();
-    EXPECT_EQ(lastbox(), "The viewer is empty.");
-    ASSERT_TRUE(w->loadprogram(write("pr.obj", program), 1));
-    w->menudisassemble_Click();
-    w->menuprint_Click();
-    QStringList expected = QStringList{"Page 1          pr.obj", "", ""} + pane().split('\n');
-    while (expected.last().isEmpty())
-        expected.removeLast();
-    EXPECT_EQ(test::pdfpages(pdf), std::vector<QStringList>{expected});
-    setprintdialog({});
 }
 
 } // namespace
