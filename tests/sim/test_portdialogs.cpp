@@ -4,10 +4,7 @@
 #include "sim/portdialogs.h"
 #include "sim/settings.h"
 
-#include <QCheckBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
+#include <QtWidgets>
 
 #include "tests/common/dialogdriver.h"
 

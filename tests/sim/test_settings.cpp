@@ -6,11 +6,7 @@
 #include "sim/optionsdialogs.h"
 #include "sim/settings.h"
 
-#include <QDir>
-#include <QGuiApplication>
-#include <QScreen>
-#include <QSettings>
-#include <QWidget>
+#include <QtWidgets>
 
 #include <gtest/gtest.h>
 
