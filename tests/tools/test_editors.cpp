@@ -18,12 +18,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
 using namespace kelvane;
 
@@ -37,10 +33,7 @@ const std::vector<int32_t> filler = {0x3E, 0x00, 0xC6, 0x02, 0x32, 0x21, 0x00, 0
 // MVI A,5AH; STA 0020H; OUT 03H; IN 04H; HLT
 const std::vector<int32_t> stepper = {0x3E, 0x5A, 0x32, 0x20, 0x00, 0xD3, 0x03, 0xDB, 0x04, 0x76};
 
-MachineState& st()
-{
-    return machinestate();
-}
+MachineState& st() { return machinestate(); }
 
 // A point inside a cell in the table's units (column 16: the sliver right of column F).
 QPointF cellunits(int row, int column)
@@ -48,12 +41,10 @@ QPointF cellunits(int row, int column)
     return {column < 16 ? 630.0 + 315 * column + 150 : 5690.0, 225.0 * row + 110};
 }
 
-// Keys to whatever has the focus: "<Enter>", "<Esc>", "<Left>" ... a press and its release,
+// Keys to whatever has the focus: "<Return>", "<Esc>", "<Left>" ... a press and its release,
 // "<Down*3>" a key held (auto-repeat release/press pairs between); other words are typed.
 void typekeys(QWidget* window, const std::string& script)
 {
-    const std::map<std::string, Qt::Key> keys = {{"Enter", Qt::Key_Return}, {"Esc", Qt::Key_Escape},
-        {"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up}, {"Down", Qt::Key_Down}};
     std::istringstream in(script);
     for (std::string word; in >> word;) {
         QWidget* target = QApplication::focusWidget() ? QApplication::focusWidget() : window;
@@ -62,7 +53,7 @@ void typekeys(QWidget* window, const std::string& script)
             continue;
         }
         const auto end = word.find_first_of("*>");
-        const Qt::Key key = keys.at(word.substr(1, end - 1));
+        const Qt::Key key = QKeySequence::fromString(QString::fromStdString(word.substr(1, end - 1)))[0].key();
         const int held = word[end] == '*' ? std::stoi(word.substr(end + 1)) : 1;
         for (int i = 0; i < 2 * held; ++i) { // press, (release, press)..., release
             QKeyEvent e(i % 2 ? QEvent::KeyRelease : QEvent::KeyPress, key, Qt::NoModifier,
@@ -89,11 +80,7 @@ public:
         main.reset();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    void fresh()
-    {
-        TearDown();
-        SetUp();
-    }
+    void fresh() { TearDown(), SetUp(); }
     template <typename T>
     T* open()
     {
@@ -317,7 +304,7 @@ TEST_F(Editors, APortEntryReachesTheInputDevicesOnThatPort)
         auto devices = r.devicewindow ? std::make_unique<DeviceWindow>() : nullptr;
         Form20* ports = open<Form20>();
         ports->tabla_MouseUp(cellunits(1, 2));
-        typekeys(ports, "9c <Enter>");
+        typekeys(ports, "9c <Return>");
         EXPECT_EQ(st().ports[0x12], 0x9C);
         for (size_t n : {1u, 2u, 3u, 4u})
             EXPECT_EQ(st().devvalue[n], n % 2 ? 0 : r.takes ? 0x9C : 0x55) << n;
@@ -375,7 +362,7 @@ TEST_F(Editors, FocusKeysAndRedrawsAroundTheEntry)
     QApplication::setActiveWindow(nullptr);
     EXPECT_TRUE(ports->entryopen());
     QApplication::setActiveWindow(ports);
-    typekeys(ports, "<Enter>");
+    typekeys(ports, "<Return>");
     EXPECT_EQ(st().ports[0x33], 0x0A);
     EXPECT_EQ(st().mem[0x22], memfill);
 }

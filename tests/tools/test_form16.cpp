@@ -17,9 +17,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <memory>
-#include <string>
-#include <vector>
 
 using namespace kelvane;
 
@@ -319,11 +316,7 @@ protected:
         form->show();
         st().optffdefaults = st().opthalt = "ON";
     }
-    void TearDown() override
-    {
-        Form16Test::TearDown();
-        form.reset();
-    }
+    void TearDown() override { Form16Test::TearDown(), form.reset(); }
     void load(const std::vector<int32_t>& pairs) // address, byte pairs
     {
         std::fill(st().mem.begin(), st().mem.end(), 0);

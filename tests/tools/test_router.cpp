@@ -3,15 +3,13 @@
 #include "sim/machinestate.h"
 #include "sim/toolrouter.h"
 
-#include <QCloseEvent>
-#include <QWidget>
+#include <QtWidgets>
 
 #include "tests/common/datatable.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <vector>
 
 using namespace kelvane;
 
