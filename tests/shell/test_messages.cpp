@@ -20,47 +20,40 @@ using namespace kelvane;
 
 namespace {
 
-void closemessagewindow()
-{
-    if (MessageWindow* w = MessageWindow::current()) {
-        w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-}
-
 struct MessageFixture : ::testing::Test {
     void SetUp() override
     {
-        closemessagewindow();
+        TearDown();
         machinestate().optconfirm = "OFF";
         regwrite("Message Duration", "4");
-        caller = std::make_unique<QWidget>();
-        caller->setGeometry(100, 120, 300, 200);
-        caller->show();
+        caller.setGeometry(100, 120, 300, 200);
+        caller.show();
         QApplication::processEvents();
     }
-    void TearDown() override { closemessagewindow(); }
+    void TearDown() override
+    {
+        if (MessageWindow* w = MessageWindow::current())
+            w->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
     MessageWindow* show(const QString& text)
     {
-        showmessage(caller.get(), text);
+        showmessage(&caller, text);
         return MessageWindow::current();
     }
-    std::unique_ptr<QWidget> caller;
+    QWidget caller;
 };
 
 } // namespace
 
 TEST(MessageDuration, AnswersOfTheDurationBox)
 {
-    struct Case {
-        bool accepted;
-        const char* answer;
-        std::optional<int> result;
-    } cases[] = {{false, "5", std::nullopt}, {true, "", std::nullopt}, {true, "0", std::nullopt},
-                 {true, "abc", std::nullopt}, {true, "1", 2},          {true, "50", 10},
-                 {true, " 7 s", 7},          {true, "-3", 2},          {true, "2.5", 2}};
-    for (const Case& c : cases)
-        EXPECT_EQ(messageduration(c.accepted, QString::fromLatin1(c.answer)), c.result) << c.answer;
+    const std::tuple<bool, const char*, std::optional<int>> cases[] = {
+        {false, "5", std::nullopt}, {true, "", std::nullopt}, {true, "0", std::nullopt}, {true, "abc", std::nullopt},
+        {true, "1", 2},             {true, "50", 10},         {true, " 7 s", 7},         {true, "-3", 2},
+        {true, "2.5", 2}};
+    for (const auto& [accepted, answer, result] : cases)
+        EXPECT_EQ(messageduration(accepted, QString::fromLatin1(answer)), result) << answer;
 }
 
 TEST_F(MessageFixture, StandsUnderItsCallerAndGrowsWithItsLines)
@@ -68,10 +61,9 @@ TEST_F(MessageFixture, StandsUnderItsCallerAndGrowsWithItsLines)
     MessageWindow* w = show(QStringLiteral("Operation completed."));
     ASSERT_NE(w, nullptr);
     EXPECT_EQ(w->windowTitle(), QStringLiteral("Confirmation"));
-    const QRect c = caller->frameGeometry();
+    const QRect c = caller.frameGeometry();
     EXPECT_EQ(w->frameGeometry().topLeft(), QPoint(c.left(), c.top() + c.height()));
-    EXPECT_EQ(w->width(), c.width());
-    EXPECT_EQ(w->textbox()->width(), c.width() - 8);
+    EXPECT_EQ(QSize(w->width(), w->textbox()->width()), QSize(c.width(), c.width() - 8));
     EXPECT_EQ(w->height(), w->textbox()->height() + 8);
     const int one = w->textbox()->height();
     EXPECT_GE(one, 17); // 255 twips, or what the font needs
@@ -83,11 +75,11 @@ TEST_F(MessageFixture, StandsUnderItsCallerAndGrowsWithItsLines)
     // A wide line widens the window from the same left edge; below the screen it stays there.
     const QString wide(120, QLatin1Char('W'));
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
-    caller->setGeometry(50, screen.bottom() - 20, 300, 30);
+    caller.setGeometry(50, screen.bottom() - 20, 300, 30);
     QApplication::processEvents();
     show(wide + QStringLiteral("\r\nshort"));
     EXPECT_EQ(w->width(), QFontMetrics(w->textbox()->font()).horizontalAdvance(wide) + 20);
-    EXPECT_EQ(w->frameGeometry().left(), caller->frameGeometry().left());
+    EXPECT_EQ(w->frameGeometry().left(), caller.frameGeometry().left());
     EXPECT_GT(w->frameGeometry().top(), screen.bottom());
     EXPECT_EQ(w->text(), wide + QStringLiteral("\r\nshort"));
 }
@@ -123,7 +115,7 @@ TEST_F(MessageFixture, ConfirmChoosesByShowConfirmationsAndBoxesFitTheirTitle)
             boxsize = box->size();
     });
     machinestate().optconfirm = "ON";
-    confirm(caller.get(), QStringLiteral("OK\r\nDone."));
+    confirm(&caller, QStringLiteral("OK\r\nDone."));
     EXPECT_EQ(MessageWindow::current(), nullptr);
     EXPECT_EQ(driver.texts, std::vector<QString>{QStringLiteral("OK\nDone.")});
     EXPECT_EQ(driver.titles, std::vector<QString>{titletext()});
@@ -131,25 +123,25 @@ TEST_F(MessageFixture, ConfirmChoosesByShowConfirmationsAndBoxesFitTheirTitle)
     EXPECT_GE(boxsize.width(), titlebarwidth(titletext()));
     EXPECT_GT(titlebarwidth(titletext()), QFontMetrics(QApplication::font()).horizontalAdvance(titletext()) + 50);
     machinestate().optconfirm = "OFF";
-    confirm(caller.get(), QStringLiteral("Please load program file first."));
+    confirm(&caller, QStringLiteral("Please load program file first."));
     ASSERT_NE(MessageWindow::current(), nullptr);
     EXPECT_EQ(MessageWindow::current()->text(), QStringLiteral("Please load program file first."));
     EXPECT_EQ(driver.texts.size(), 1u);
 }
 
+// The answers themselves are read by messageduration; here the click, the box, the store, and the
+// time running out while the box is open (the window goes after the answer).
 TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
 {
-    struct Case {
+    const struct {
         const char* answer;
         bool accept;
         int limit;
-        bool timeout; // the time runs out while the box is open: the window goes after the answer
-    } cases[] = {{"1", true, 2, false}, {"50", true, 10, false}, {"", true, 4, false},
-                 {"6", false, 4, false}, {"6", true, 6, false}, {"3", true, 3, true}};
-    for (const Case& c : cases) {
+        bool timeout;
+    } cases[] = {{"50", true, 10, false}, {"6", false, 4, false}, {"6", true, 6, false}, {"3", true, 3, true}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.answer);
-        regwrite("Message Duration", "4");
-        closemessagewindow();
+        SetUp();
         QPointer<MessageWindow> w = show(QStringLiteral("x"));
         test::DialogDriver driver;
         QString prompt, offered;
@@ -165,8 +157,7 @@ TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
         QTest::mouseClick(w->textbox()->viewport(), Qt::LeftButton);
         ASSERT_TRUE(QTest::qWaitFor([&] { return driver.answered == 1; }, 2000));
         QApplication::processEvents();
-        EXPECT_EQ(prompt, QStringLiteral("Enter new info message display duration [2-10 seconds]."));
-        EXPECT_EQ(offered, QStringLiteral("4"));
+        EXPECT_EQ(prompt + offered, QStringLiteral("Enter new info message display duration [2-10 seconds].4"));
         EXPECT_EQ(regread("Message Duration"), std::to_string(c.limit));
         if (c.timeout)
             EXPECT_TRUE(QTest::qWaitFor([&] { return w.isNull(); }, 2000));
@@ -175,35 +166,36 @@ TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
     }
 }
 
+// Releasing one window's Always On Top puts back on top the others whose box is set and whose
+// open flag is set, and leaves the rest alone.
 TEST(AlwaysOnTop, ReleasingOneKeepsTheOthersThatAskedOnTop)
 {
     MachineState& st = machinestate();
-    struct Tool {
-        std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
-        QCheckBox* check = new QCheckBox(QStringLiteral("Always On Top"), window.get());
-    } memory, devices, ports;
-    connectalwaysontop(2, memory.window.get(), memory.check);
-    connectalwaysontop(5, devices.window.get(), devices.check);
-    connectalwaysontop(20, ports.window.get(), ports.check);
+    QWidget windows[3]; // the memory editor, the devices, the ports editor
+    QCheckBox* checks[3];
+    for (int i = 0; i < 3; ++i) {
+        checks[i] = new QCheckBox(QStringLiteral("Always On Top"), &windows[i]);
+        connectalwaysontop(std::array{2, 5, 20}[i], &windows[i], checks[i]);
+        windows[i].show();
+    }
+    const auto tops = [&] {
+        std::string s;
+        for (QWidget& w : windows)
+            s += istopmost(&w) ? '1' : '0';
+        return s;
+    };
     st.Form2 = st.Form5 = st.Form20 = true;
-    for (Tool* t : {&memory, &devices, &ports})
-        t->window->show();
-    memory.check->setChecked(true);
-    devices.check->setChecked(true);
-    EXPECT_TRUE(istopmost(memory.window.get()) && istopmost(devices.window.get()));
-    EXPECT_FALSE(istopmost(ports.window.get()));
-    // Releasing the devices puts the memory editor back on top (its box is set) and leaves the
-    // ports editor (box clear) alone; a window whose open flag is clear is not touched.
-    memory.window->setWindowFlag(Qt::WindowStaysOnTopHint, false);
-    devices.check->setChecked(false);
-    EXPECT_FALSE(istopmost(devices.window.get()));
-    EXPECT_TRUE(istopmost(memory.window.get()));
-    EXPECT_FALSE(istopmost(ports.window.get()));
-    EXPECT_TRUE(devices.window->isVisible());
-    memory.window->setWindowFlag(Qt::WindowStaysOnTopHint, false);
+    checks[0]->setChecked(true);
+    checks[1]->setChecked(true);
+    EXPECT_EQ(tops(), "110");
+    windows[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
+    checks[1]->setChecked(false);
+    EXPECT_EQ(tops(), "100");
+    EXPECT_TRUE(windows[1].isVisible());
+    windows[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
     st.Form2 = false;
-    ports.check->setChecked(true);
-    ports.check->setChecked(false);
-    EXPECT_FALSE(istopmost(memory.window.get()));
+    checks[2]->setChecked(true);
+    checks[2]->setChecked(false);
+    EXPECT_EQ(tops(), "000");
     st.Form2 = st.Form5 = st.Form20 = false;
 }

@@ -1,51 +1,32 @@
 // Check For Updates. tests/data/updates holds answers (NAME.http) with the log text each gives
-// (NAME.txt, one byte a character): every answer is parsed alone and played to the window by a
-// server of the test on loopback, which records the request. The window's other endings follow.
+// (NAME.txt, one byte a character), each played to the window by a server of the test on
+// loopback that records the request; then the window's other endings and long runs in the parser.
 #include "shell/ui/form60.h"
 #include "shell/ui/versionlog.h"
 #include "shell/website.h"
-#include "tests/common/shot.h"
 
 #include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 
-#include <gtest/gtest.h>
-
-#include <ostream>
-#include <string>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
+#include "tests/common/shot.h"
+#include "tests/common/windowtest.h"
 
 namespace kelvane {
 namespace {
 
 const QString site = QString::fromLatin1(websitename);
-const QString folder = QStringLiteral(KELVANE_TEST_DATA "/updates/");
-const QString errortext = QStringLiteral("An error occured. Your Internet connection might be down.");
 const QString title = QStringLiteral("Kelvane Version Log File\r\n\r\n");
 
 QByteArray datafile(const QString& name)
 {
-    QFile file(folder + name);
+    QFile file(QStringLiteral(KELVANE_TEST_DATA "/updates/") + name);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
     return file.readAll();
-}
-
-QStringList answers()
-{
-    QStringList names = QDir(folder).entryList({QStringLiteral("*.http")});
-    names.replaceInStrings(QStringLiteral(".http"), QString());
-    return names;
 }
 
 std::string parsed(const std::string& raw)
@@ -53,30 +34,20 @@ std::string parsed(const std::string& raw)
     return parseversionlog(responsebody(raw), "Kelvane", "2.55").text;
 }
 
-TEST(VersionLog, ParsesEveryAnswer)
+TEST(VersionLog, LongRunsAndTheTargetFromTheSetting)
 {
-    ASSERT_GE(answers().size(), 19);
-    for (const QString& name : answers())
-        EXPECT_EQ(parsed(datafile(name + ".http").toStdString()), datafile(name + ".txt").toStdString())
-            << name.toStdString();
-    // Long runs go in one pass each.
     const std::string news = "H\r\n\r\nNews in", head = title.toStdString();
     EXPECT_EQ(parsed(news + std::string(100000, ' ') + "2.55"), head + "News in 2.55");
     EXPECT_EQ(parsed(news + " 2.55" + std::string(100000, '\n') + "x"), head + "News in 2.55\r\n\r\nx");
     EXPECT_EQ(parsed(news + " 2.55" + std::string(100000, '<') + "x"), head + "News in 2.55");
-}
-
-TEST(VersionLog, TargetFromTheSetting)
-{
     const std::tuple<QString, QString, uint16_t> cases[] = {
-        {"", site, 80},           {"127.0.0.1:8123", "127.0.0.1", 8123}, {"[::1]:8123", "::1", 8123},
-        {"::1", "::1", 80},       {"host:notaport", "host", 80},
+        {"", site, 80},     {"127.0.0.1:8123", "127.0.0.1", 8123}, {"[::1]:8123", "::1", 8123},
+        {"::1", "::1", 80}, {"host:notaport", "host", 80},
     };
     for (const auto& [setting, host, port] : cases) {
         const UpdateTarget t = updatetarget(setting);
-        EXPECT_EQ(t.host, host);
-        EXPECT_EQ(t.port, port);
-        EXPECT_EQ(t.hostline, setting.isEmpty() ? site : setting);
+        EXPECT_EQ(t.host + ":" + QString::number(t.port) + " " + t.hostline,
+                  host + ":" + QString::number(port) + " " + (setting.isEmpty() ? site : setting));
     }
 }
 
@@ -110,8 +81,7 @@ protected:
     void SetUp() override
     {
         qputenv("KELVANE_UPDATE_TIMEOUT_MS", "1000");
-        form = new Form60;
-        form->show();
+        (form = new Form60)->show();
     }
     void TearDown() override
     {
@@ -126,8 +96,7 @@ protected:
         if (play == Play::Nothing)
             server.server.close();
         form->command1()->click();
-        EXPECT_FALSE(form->command1()->isEnabled());
-        EXPECT_FALSE(form->mystatus2()->isVisible() || form->mystatus3()->isVisible());
+        EXPECT_FALSE(form->command1()->isEnabled() || form->mystatus2()->isVisible() || form->mystatus3()->isVisible());
         EXPECT_TRUE(form->tabla()->toPlainText().isEmpty());
         EXPECT_EQ(form->mystatus()->text(), "Connecting to " + site + "...");
         if (play != Play::Nothing) {
@@ -145,9 +114,10 @@ protected:
             server.peer->disconnectFromHost();
         ASSERT_TRUE(QTest::qWaitFor([&] { return form->command1()->isEnabled(); }, 10000));
         const bool newer = log.startsWith("The version currently installed: 2.55\r\n");
-        EXPECT_EQ(form->mystatus()->text(), log.isEmpty() ? errortext
-                                                           : "Response from " + site + " completed (" +
-                                                                 QString::number(answer.size()) + " bytes received total).");
+        EXPECT_EQ(form->mystatus()->text(),
+                  log.isEmpty() ? QStringLiteral("An error occured. Your Internet connection might be down.")
+                                : "Response from " + site + " completed (" + QString::number(answer.size()) +
+                                      " bytes received total).");
         EXPECT_EQ(form->mystatus2()->isVisible(), !log.isEmpty() && newer);
         EXPECT_EQ(form->mystatus3()->isVisible(), !log.isEmpty() && !newer);
         EXPECT_EQ(form->tabla()->toPlainText(), QString(log).replace("\r\n", "\n"));
@@ -157,9 +127,14 @@ protected:
 
 TEST_F(UpdateWindow, ShowsEveryAnswer)
 {
-    for (const QString& name : answers()) {
+    const QStringList names = QDir(QStringLiteral(KELVANE_TEST_DATA "/updates")).entryList({"*.http"});
+    ASSERT_GE(names.size(), 19);
+    for (QString name : names) {
+        name.chop(5);
         SCOPED_TRACE(name.toStdString());
-        check(Play::Answer, datafile(name + ".http"), QString::fromLatin1(datafile(name + ".txt")));
+        const QByteArray answer = datafile(name + ".http"), log = datafile(name + ".txt");
+        EXPECT_EQ(parsed(answer.toStdString()), log.toStdString()); // its line ends too
+        check(Play::Answer, answer, QString::fromLatin1(log));
         if (name == "newer" || name == "same")
             test::saveshot(form, "form60-" + name);
     }
@@ -167,11 +142,13 @@ TEST_F(UpdateWindow, ShowsEveryAnswer)
 
 TEST_F(UpdateWindow, EndsEveryWay)
 {
-    const QString newer = "The version currently installed: 2.55\r\nThe version of the latest release: 2.56\r\n\r\n" + title;
+    const QString newer =
+        "The version currently installed: 2.55\r\nThe version of the latest release: 2.56\r\n\r\n" + title;
     check(Play::Pieces, "HTTP/1.1 200 OK\r\n\r\nNews in 2.55", title + "News in 2.55");
     check(Play::Nothing, {}, {});
     test::saveshot(form, "form60-error");
-    check(Play::Answer, "HTTP/1.1 200 OK\r\n\r\nNews in 2.56\r\nZa\xc3\xbc", newer + QStringLiteral("News in 2.56\r\nZa\u00fc"));
+    check(Play::Answer, "HTTP/1.1 200 OK\r\n\r\nNews in 2.56\r\nZa\xc3\xbc",
+          newer + QStringLiteral("News in 2.56\r\nZa\u00fc"));
     check(Play::Silent, {}, {});
     check(Play::Answer, QByteArray(updatelimit + 1, 'x'), {});
     // A line of 5000 characters is shown broken after its 4096th.
