@@ -99,23 +99,21 @@ protected:
 
 TEST_F(Form5Test, PortPromptAnswers)
 {
-    struct Case { const char* answer; bool ok; int32_t port; bool wrong; }; // port -1: stays off; wrong: told so
-    const Case cases[] = {{"", true, -1, false},   {"", false, -1, false},  {"3C", false, -1, false},
-                          {"G1", true, -1, true},  {"123", true, -1, true}, {" ", true, -1, true},
-                          {"7", true, 0x07, false}, {"a5", true, 0xA5, false}, {"00", true, 0x00, false}};
     for (int n : {1, 5}) {
         const bool term = n == 5;
-        for (const Case& c : cases) {
-            SCOPED_TRACE(std::string(c.answer) + (c.ok ? " OK, device " : " Cancel, device ") + std::to_string(n));
+        for (const QStringList& r : test::datatable("form5/portprompt.txt")) {
+            SCOPED_TRACE((r[0] + " " + r[1] + ", device " + QString::number(n)).toStdString());
             driver.texts.clear();
-            EXPECT_EQ(toggle(n, c.answer, c.ok), titletext() + "|Enter I/O port number for this device [00-FF].");
-            EXPECT_EQ(driver.texts, c.wrong ? std::vector<QString>{"Wrong entry."} : std::vector<QString>{});
-            const bool on = c.port >= 0;
-            const QString caption = on ? QString::fromStdString("I/O port " + hexbyte(c.port) + "H") : "I/O port";
+            const QString answer = QString::fromLatin1(QByteArray::fromPercentEncoding(r[0].toLatin1()));
+            EXPECT_EQ(toggle(n, answer, r[1] == "OK"), titletext() + "|Enter I/O port number for this device [00-FF].");
+            EXPECT_EQ(driver.texts, r[3] == "1" ? std::vector<QString>{"Wrong entry."} : std::vector<QString>{});
+            const int32_t port = r[2].toInt();
+            const bool on = port >= 0;
+            const QString caption = on ? QString::fromStdString("I/O port " + hexbyte(port) + "H") : "I/O port";
             EXPECT_EQ(std::tuple(term ? st().termenabled : st().devenabled[1], term ? st().termport : st().devport[1],
                                  form->command(n)->text(), term ? form->label(10)->text() : form->frame(1)->title(),
                                  term ? form->command6()->isEnabled() : form->frame(1)->isEnabled()),
-                      std::tuple(on, on ? c.port : 0, QString(on ? "ON" : "OFF"), caption, on));
+                      std::tuple(on, on ? port : 0, QString(on ? "ON" : "OFF"), caption, on));
             if (on)
                 form->commandclick(n); // off again for the next case
         }
@@ -172,12 +170,10 @@ TEST_F(Form5Test, LampsDirectionOffAndOnAgainAndTheValueText)
     turnon(1, "50");
     turnon(2, "51", true);
     for (int b = 0; b < 8; ++b) {
-        SCOPED_TRACE(b);
         press(1, b); // an output device's lamp changes nothing
-        expectshown(1, 0);
         press(2, b);
+        EXPECT_EQ(std::pair(st().devvalue[1], st().ports[0x51]), std::pair(0, 1 << b)) << b;
         expectshown(2, 1 << b);
-        EXPECT_EQ(st().ports[0x51], 1 << b);
         press(2, b, QPoint(1, form->lamp(2, b)->height() - 2)); // the edge of the lamp's cell: the same bit
         expectshown(2, 0);
     }
@@ -258,29 +254,22 @@ TEST_F(Form5Test, TerminalTextClearAndOff)
 
 TEST(TerminalLines, BreaksWrappingAndRows)
 {
-    // The texts appended one after the other (an empty one empties the text), the columns, the
-    // lengths of the lines and the number of rows.
-    struct Case { std::vector<std::string> appends; int columns; std::vector<size_t> lengths; size_t rows; };
-    const Case cases[] = {
-        {{""}, 80, {0}, 1},                 {{"ab\r\ncd"}, 80, {2, 2}, 2},
-        {{"ab\rcd"}, 80, {2, 2}, 2},        {{"ab\n\rcd"}, 80, {2, 0, 2}, 3},
-        {{"ab\r", "\ncd"}, 80, {2, 2}, 2},  {{"ab\r", "\n", "\n"}, 80, {2, 0, 0}, 3},
-        {{"abcd"}, 4, {4}, 1},              {{"abcdefghij", "\rxy"}, 4, {10, 2}, 4},
-        {{"a\tb\x01\x7f\x85\xff"}, 3, {7}, 3}, {{"abc", "", "x"}, 80, {1}, 1},
-    };
-    for (const Case& c : cases) {
+    for (const QStringList& r : test::datatable("form5/terminallines.txt")) {
         std::string text;
         TerminalLines lines;
-        lines.setcolumns(c.columns);
-        for (const std::string& a : c.appends)
-            lines.sync(text = a.empty() ? std::string() : text + a);
+        lines.setcolumns(r[0].toInt());
+        for (const QString& a : r.mid(3))
+            lines.sync(text = a.isEmpty() ? std::string()
+                                          : text + QByteArray::fromPercentEncoding(a.toLatin1()).toStdString());
         SCOPED_TRACE(text);
-        std::vector<size_t> lengths;
+        QStringList lengths;
         for (size_t i = 0; i < lines.linecount(); ++i)
-            lengths.push_back(lines.line(i).length);
-        EXPECT_EQ(std::tuple(lengths, lines.rowcount(), lines.indexed()), std::tuple(c.lengths, c.rows, text.size()));
-        const auto [line, offset] = lines.rowplace(c.rows - 1);
-        EXPECT_EQ(lines.rowof(line, offset), c.rows - 1);
+            lengths << QString::number(lines.line(i).length);
+        EXPECT_EQ(std::tuple(lengths.join(' '), lines.rowcount(), lines.indexed()),
+                  std::tuple(r[1], r[2].toULong(), text.size()));
+        const size_t last = lines.rowcount() - 1;
+        const auto [line, offset] = lines.rowplace(last);
+        EXPECT_EQ(lines.rowof(line, offset), last);
     }
 }
 

@@ -38,22 +38,16 @@ TEST(Form8Lines, FieldsOfACaption)
 
 TEST(Form8Lines, SplitAtEveryLineEndAndReadLatin1)
 {
-    const std::pair<std::string, std::vector<std::string>> cases[] = {
-        {"", {}},
-        {"a\r\nb\nc\rd", {"a", "b", "c", "d"}},
-        {"a\r\r\nb\n\n", {"a", "", "b", ""}},
-        {std::string("x\0y\n", 4), {std::string("x\0y", 3)}},
-        {"\xE4\xFF\n", {"\xC3\xA4\xC3\xBF"}},           // not UTF-8: Latin-1
-        {"\xC3\xA4\xC3\n", {"\xC3\xA4\xC3\x83"}},       // a cut sequence: its byte is Latin-1
-        {"\xED\xA0\x80", {"\xC3\xAD\xC2\xA0\xC2\x80"}}, // a surrogate is not UTF-8
-    };
-    for (const auto& [bytes, lines] : cases) {
+    const auto bytes = [](const QString& t) { return QByteArray::fromPercentEncoding(t.toLatin1()).toStdString(); };
+    for (const QStringList& r : test::datatable("form8/split.txt")) {
         ListingLines l;
-        l.assign(bytes);
-        std::vector<std::string> got;
+        l.assign(bytes(r[0]));
+        std::vector<std::string> got, lines;
         for (int32_t n = 1; n <= l.count(); ++n)
             got.emplace_back(l.line(n));
-        EXPECT_EQ(got, lines) << bytes;
+        for (int i = 0; i < r[1].toInt(); ++i)
+            lines.push_back(bytes(r.value(i + 2)));
+        EXPECT_EQ(got, lines) << r[0].toStdString();
     }
 }
 
@@ -139,6 +133,14 @@ protected:
         return -1;
     }
     QAction* act(const char* name) { return main->action(name); }
+    // Numbers as the texts of a data row.
+    static QStringList numbers(std::initializer_list<int> values)
+    {
+        QStringList texts;
+        for (int v : values)
+            texts << QString::number(v);
+        return texts;
+    }
 
     std::unique_ptr<Form1> main;
     std::vector<std::string> messages;
@@ -161,10 +163,8 @@ TEST_F(Form8Test, ListingFoundInLastPathByTheNameBeforeTheFirstDot)
         write(file, text);
         Form8* w = open({0x00}, qstaza);
         EXPECT_TRUE(driver->texts.empty()) << qstaza;
-        EXPECT_EQ(w->imelabela(), lastpath() + file);
-        EXPECT_EQ(w->listingcount(), lines);
-        EXPECT_EQ(w->vscrollbar1()->maximum(), maximum) << lines;
-        EXPECT_EQ(w->vscrollbar1()->isEnabled(), maximum > 1) << lines;
+        EXPECT_EQ(std::tuple(w->imelabela(), w->listingcount(), w->vscrollbar1()->maximum(), w->vscrollbar1()->isEnabled()),
+                  std::tuple(lastpath() + file, lines, maximum, maximum > 1));
         EXPECT_EQ(w->linija(std::min(lines, 20) - 1), QString("line %1").arg(std::min(lines, 20)));
         EXPECT_EQ(w->linija(lines), "");
         w->close();
@@ -208,8 +208,7 @@ TEST_F(Form8Test, ClicksSetAndRemoveBreakpointsInOrder)
     };
     for (const auto& [row, after] : clicks) {
         QTest::mouseClick(w->lineview(), Qt::LeftButton, {}, w->linerect(row).center());
-        EXPECT_EQ(points(), after) << "row " << row;
-        EXPECT_EQ(points(w), after) << "row " << row;
+        EXPECT_EQ(points() + " / " + points(w), std::string(after) + " / " + after) << "row " << row;
     }
     w->linija_Click(1);
     const bool marks[] = {false, true, false, false, false, true, true, true};
@@ -248,32 +247,24 @@ TEST_F(Form8Test, HoldPcKeepsThePcLineInView)
     write("prog.lst", testlisting("holdpc.lst"));
     Form8* w = open({0x00});
     ASSERT_EQ(w->vscrollbar1()->maximum(), 41);
-    // After each instruction at PC: the bar's value and the arrow's row, from a start at value 1.
-    const auto steps = [w](const std::vector<std::array<int, 3>>& after, const char* what) {
-        w->setbarvalue(1);
-        for (const auto& [pc, bar, arrow] : after) {
-            machinestate().pc = pc;
-            toolrouter().drawlines();
-            EXPECT_EQ(std::pair(w->barvalue(), w->pcsimbol()), std::pair(bar, arrow)) << what << " pc " << pc;
+    QString group;
+    for (const QStringList& r : test::datatable("form8/holdpc.txt")) {
+        if (r[0] != group) {
+            for (int i = 0; i < 100 && w->vscrollbar1()->value() != w->barvalue(); ++i)
+                QTest::qWait(10); // the control shows the value at the next repaint
+            EXPECT_EQ(w->vscrollbar1()->value(), w->barvalue()) << group.toStdString();
+            group = r[0];
+            if (w->Check2()->isChecked() == (group == "off"))
+                w->Check2()->click();
+            EXPECT_EQ(regread("Hold PC In Focus", "?"), group == "off" ? "0" : "1");
+            st().running = group != "stopped";
+            w->setbarvalue(1);
         }
-    };
-    st().running = true;
-    steps({{5, 1, 4}, {18, 1, 17},   // inside lines 2-17 of the view nothing moves, up to the band's lower edge
-           {19, 16, 3}, {18, 16, 2}, // below it the PC's line becomes the fourth; the upper edge
-           {17, 14, 3}, {2, 1, 1},   // above it; line 2 wants value -1: held at 1
-           {60, 41, 19}, {59, 41, 18}, // held at the maximum; out of the band but held: stays
-           {41, 37, 4},   // the address's first line (40) has no code byte: 37, arrow on 41
-           {0x28, 37, -1}, {0x2000, 37, -1}}, // addresses no line has: nothing moves
-          "running");
-    for (int i = 0; i < 100 && w->vscrollbar1()->value() != 37; ++i)
-        QTest::qWait(10); // the control shows the value at the next repaint
-    EXPECT_EQ(w->vscrollbar1()->value(), 37);
-    w->Check2()->click();
-    EXPECT_EQ(regread("Hold PC In Focus", "1"), "0");
-    steps({{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}, "Hold PC off");
-    w->Check2()->click();
-    st().running = false; // after Stop
-    steps({{5, 1, 4}, {19, 1, 18}, {30, 1, -1}}, "after Stop");
+        st().pc = r[1].toInt(nullptr, 16);
+        toolrouter().drawlines();
+        EXPECT_EQ(numbers({w->barvalue(), w->pcsimbol()}), r.mid(2))
+            << group.toStdString() << " " << r[1].toStdString();
+    }
 }
 
 TEST_F(Form8Test, RunsEndAtTheBreakpointAfterAnInstruction)
@@ -318,22 +309,11 @@ TEST_F(Form8Test, FunctionKeysReachTheMainWindow)
     Form8* w = open(countdown);
     w->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(w));
-    // A key, with Ctrl or not, and after it: running, the rate, the instructions executed and the
-    // arrow's row, which follows each Step (rows 5-8 hold 0000, 0002, 0003 and 0006).
-    const std::tuple<Qt::Key, bool, bool, int, int, int> keys[] = {
-        {Qt::Key_F4, true, false, 4, 0, 5},  {Qt::Key_F1, true, false, 1, 0, 5},
-        {Qt::Key_F2, false, false, 1, 0, 5}, {Qt::Key_F3, false, false, 1, 0, 5}, // idle: no Step, no Stop
-        {Qt::Key_F1, false, true, 1, 0, 5},  {Qt::Key_F1, false, true, 1, 0, 5},  // Start at Step By Step, once
-        {Qt::Key_F2, false, true, 1, 1, 6},  {Qt::Key_F2, false, true, 1, 2, 7},  {Qt::Key_F2, false, true, 1, 3, 6},
-        {Qt::Key_F2, false, true, 1, 4, 7},  {Qt::Key_F2, false, true, 1, 5, 6},  {Qt::Key_F2, false, true, 1, 6, 7},
-        {Qt::Key_F2, false, true, 1, 7, 8},  {Qt::Key_F3, false, false, 1, 7, 8},
-        {Qt::Key_F2, false, false, 1, 7, 8}, // stopped: no Step
-    };
-    for (const auto& [key, ctrl, running, simrate, executed, arrow] : keys) {
-        QTest::keyClick(w, key, ctrl ? Qt::ControlModifier : Qt::NoModifier);
-        EXPECT_EQ(std::tuple(st().running, st().simrate, st().instructioncount, w->pcsimbol()),
-                  std::tuple(running, simrate, executed, arrow))
-            << key;
+    for (const QStringList& r : test::datatable("form8/keys.txt")) {
+        const QKeyCombination key = QKeySequence::fromString(r[0])[0];
+        QTest::keyClick(w, key.key(), key.keyboardModifiers());
+        EXPECT_EQ(numbers({st().running, st().simrate, st().instructioncount, w->pcsimbol()}), r.mid(1))
+            << r[0].toStdString();
     }
     EXPECT_EQ(regread("Simulation Rate", ""), "1");
     EXPECT_EQ(messages.size(), 1u); // the statistics of the Stop
