@@ -62,16 +62,28 @@ protected:
     // "step" (Step enabled), "rates" (marks), "buttons" and "menus" (enabled) as 0 and 1.
     std::string look(std::initializer_list<std::string> names)
     {
+        static const char* menus[] = {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menustart",
+                                      "menuenablelogging", "menuclock", "menuaddress", "menuinlog",
+                                      "menuhaltstopssimulation", "menuconfirm", "menuultimaterefresh", "menuinprompt"};
         std::string out;
-        for (const std::string& n : names)
-            out += (out.empty() ? "" : "|") +
-                   (n == "running"   ? std::to_string(st().running)
-                    : n == "loop"    ? std::to_string(form->loopactive())
-                    : n == "step"    ? std::to_string(act("menustep")->isEnabled())
-                    : n == "rates"   ? rates()
-                    : n == "buttons" ? buttons()
-                    : n == "menus"   ? runmenus()
-                                     : form->label(n.c_str())->text().toStdString());
+        auto bits = [&out](int count, auto on) {
+            for (int i = 0; i < count; ++i)
+                out += on(i) ? '1' : '0';
+        };
+        for (const std::string& n : names) {
+            out += out.empty() ? "" : "|";
+            if (n == "rates")
+                bits(6, [this](int i) { return act("menuspeed" + std::to_string(i + 1))->isChecked(); });
+            else if (n == "buttons")
+                bits(7, [this](int i) { return form->command(i + 1)->isEnabled(); });
+            else if (n == "menus")
+                bits(13, [this](int i) { return act(menus[i])->isEnabled(); });
+            else
+                out += n == "running" ? std::to_string(st().running)
+                       : n == "loop"  ? std::to_string(form->loopactive())
+                       : n == "step"  ? std::to_string(act("menustep")->isEnabled())
+                                      : form->label(n.c_str())->text().toStdString();
+        }
         return out;
     }
     // Runs fn after ms milliseconds, inside whatever pumps events then (the run loop).
@@ -83,23 +95,6 @@ protected:
     }
     void step() { act("menustep")->trigger(); }
     void stop() { act("menustop")->trigger(); }
-    template <class F>
-    static std::string bits(int count, F on)
-    {
-        std::string e;
-        for (int i = 0; i < count; ++i)
-            e += on(i) ? '1' : '0';
-        return e;
-    }
-    std::string rates() { return bits(6, [this](int i) { return act("menuspeed" + std::to_string(i + 1))->isChecked(); }); }
-    std::string buttons() { return bits(7, [this](int i) { return form->command(i + 1)->isEnabled(); }); }
-    std::string runmenus()
-    {
-        static const char* names[] = {"menuffpowerondefaults", "menuload", "menuclear", "menusave", "menustart",
-                                      "menuenablelogging", "menuclock", "menuaddress", "menuinlog",
-                                      "menuhaltstopssimulation", "menuconfirm", "menuultimaterefresh", "menuinprompt"};
-        return bits(13, [this](int i) { return act(names[i])->isEnabled(); });
-    }
     void press() { QTest::mousePress(form->command(1), Qt::LeftButton); }
     void release() { QTest::mouseRelease(form->command(1), Qt::LeftButton); }
     QList<QByteArray> filelines(const std::string& path)
@@ -214,7 +209,7 @@ TEST_F(Form1Test, EveryRateChangeDuringARunKeepsThePanelPainting)
             });
             startat(from);
             EXPECT_GT(paints, 0);
-            EXPECT_EQ(std::string(1, rates()[static_cast<size_t>(to - 1)]) + regread("Simulation Rate"),
+            EXPECT_EQ(std::string(1, look({"rates"})[static_cast<size_t>(to - 1)]) + regread("Simulation Rate"),
                       "1" + std::to_string(to));
         }
     EXPECT_EQ(messages.size(), 12u);
@@ -257,12 +252,12 @@ TEST_F(Form1Test, ButtonsFollowEiSimAcceptanceAndStop)
 {
     load({0x3E, 0x0B, 0xFB, 0x30, 0x00, 0x00}); // MVI A,0BH; EI; SIM; NOP; NOP
     startat(1);
-    EXPECT_EQ(buttons(), "1100001");
+    EXPECT_EQ(look({"buttons"}), "1100001");
     step();
     step(); // EI
-    EXPECT_EQ(buttons(), "1111111");
+    EXPECT_EQ(look({"buttons"}), "1111111");
     step(); // SIM with 0BH: 6.5 and 5.5 masked
-    EXPECT_EQ(buttons(), "1110011");
+    EXPECT_EQ(look({"buttons"}), "1110011");
     form->command(3)->click(); // RST 7.5, accepted at once at Step By Step
     EXPECT_EQ(look({"qpc", "qinstrukcija", "buttons"}), "003C|RST 7.5|1000001");
     form->command(7)->click();
@@ -270,7 +265,7 @@ TEST_F(Form1Test, ButtonsFollowEiSimAcceptanceAndStop)
     form->ekran();
     EXPECT_EQ(form->command(7)->text().toStdString() + "|" + look({"sodlabel"}), "SID = 1|SOD = 1");
     stop();
-    EXPECT_EQ(buttons(), "0000000");
+    EXPECT_EQ(look({"buttons"}), "0000000");
 }
 
 TEST_F(Form1Test, AnInterruptPressedInTheLoopIsServedAfterTheInstructionUnderWay)

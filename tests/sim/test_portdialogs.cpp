@@ -6,6 +6,7 @@
 
 #include <QtWidgets>
 
+#include "tests/common/datatable.h"
 #include "tests/common/dialogdriver.h"
 
 #include <gtest/gtest.h>
@@ -14,12 +15,8 @@ using namespace kelvane;
 
 TEST(EntryValue, OneOrTwoHexDigitsInEitherCase)
 {
-    const std::pair<const char*, int32_t> cases[] = {
-        {"7", 0x07}, {"a5", 0xA5}, {"ff", 0xFF}, {"00", 0}, {"G1", -1}, {"", -1},
-        {"123", -1}, {" 7", -1},   {"7 ", -1},   {"-1", -1}, {"g", -1},
-    };
-    for (const auto& [text, value] : cases)
-        EXPECT_EQ(entryvalue(QString::fromLatin1(text)), value) << '"' << text << '"';
+    for (const QStringList& r : test::datatable("sim/entryvalue.txt"))
+        EXPECT_EQ(entryvalue(r[0].mid(1, r[0].size() - 2)), r[1].toInt(nullptr, 16)) << r[0].toStdString();
 }
 
 TEST(Keyboard, EachKeyGivesItsCodeAndClosesAndSmallLettersAreStored)

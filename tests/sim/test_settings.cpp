@@ -8,9 +8,11 @@
 
 #include <QtWidgets>
 
+#include "tests/common/datatable.h"
+
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <map>
 #include <set>
 
 using namespace kelvane;
@@ -27,19 +29,11 @@ std::string stored(const std::string& name)
 
 TEST(LeadingNumber, TakesTheLongestLeadingNumber)
 {
-    const std::pair<const char*, double> cases[] = {
-        {"", 0},     {"abc", 0},      {"  12abc", 12}, {"\t 3", 3}, {"-5", -5},   {".5", 0.5},  {"7.", 7},
-        {"1.5e3x", 1500}, {"1e", 1},  {"2E-1", 0.2},  {"-", 0},    {"0x1F", 0},  {"1,5", 1},   {"12.5.6", 12.5},
-        {"-.25", -0.25},  {"e5", 0},  {"1a", 1},
-    };
-    for (const auto& [text, value] : cases)
-        EXPECT_DOUBLE_EQ(leadingnumber(text), value) << '"' << text << '"';
-    const std::pair<const char*, int32_t> rounded[] = {
-        {"2.5", 2}, {"3.5", 4}, {"-2.5", -2}, {"1999.6", 2000}, {"x", 0},
-        {"1e20", std::numeric_limits<int32_t>::max()}, {"-1e20", std::numeric_limits<int32_t>::min()},
-    };
-    for (const auto& [text, value] : rounded)
-        EXPECT_EQ(leadingint(text), value) << '"' << text << '"';
+    for (const QStringList& r : test::datatable("sim/leadingnumber.txt")) {
+        const std::string text = r[0].mid(1, r[0].size() - 2).toStdString();
+        EXPECT_DOUBLE_EQ(leadingnumber(text), r[1].toDouble()) << r[0].toStdString();
+        EXPECT_EQ(leadingint(text), r[2].toInt()) << r[0].toStdString();
+    }
 }
 
 TEST(Settings, ReadWriteAndTheBufferLimit)
@@ -116,56 +110,46 @@ TEST(OptionsToggles, FieldAndSettingFollowTheMark)
         }
 }
 
-TEST(OptionsClock, OnlyANumberAboveZeroIsStored)
+TEST(Options, TheInputBoxesAnswers)
 {
-    const std::tuple<bool, const char*, float> cases[] = { // accepted, answer, MHz (4: unchanged, not stored)
-        {true, "2.5", 2.5f}, {true, "0", 4.0f}, {true, "", 4.0f}, {true, "-3", 4.0f},
-        {true, "abc", 4.0f}, {false, "8", 4.0f}, {true, "6 MHz", 6.0f}, {true, "1e40", 4.0f}};
-    for (const auto& [accepted, answer, mhz] : cases) {
-        MachineState st;
-        regwrite("Clock Frequency", "4");
-        EXPECT_EQ(applyclockanswer(st, accepted, QString::fromLatin1(answer)), mhz != 4.0f) << answer;
-        EXPECT_EQ(std::pair(st.clockmhz, stored("Clock Frequency")), std::pair(mhz, clocktext(mhz))) << answer;
-    }
-}
-
-TEST(OptionsAddress, HexAnswersWithZerosInFront)
-{
-    const std::tuple<const char*, const char*, int32_t> cases[] = { // answer, message, address
-        {"1a", "", 0x001A}, {"12345", "Wrong entry!", 0x0100}, {"", "", 0x0100},
-        {"ffff", "", 0xFFFF}, {"G", "Wrong entry!", 0x0100}, {" 1", "Wrong entry!", 0x0100}};
     struct Counting : MachineHooks {
         int refreshes = 0;
         void ekran(MachineState&) override { ++refreshes; }
     };
-    for (const auto& [answer, message, address] : cases) {
-        SCOPED_TRACE(answer);
+    const std::map<QString, std::string> setting = {
+        {"clock", "Clock Frequency"}, {"address", "Starting Address"}, {"ultimate", "Ultimate Timer"}};
+    for (const QStringList& r : test::datatable("sim/options.txt")) {
+        SCOPED_TRACE(r.join('|').toStdString());
+        const QString answer = r[2].mid(1, r[2].size() - 2);
         MachineState st;
         st.optffdefaults = "OFF";
         st.startaddress = 0x0100;
         st.a = 7;
+        regwrite("Clock Frequency", "4");
         regwrite("Starting Address", "256");
+        regwrite("Ultimate Timer", "500");
         Counting hooks;
         bool changed = false;
-        EXPECT_EQ(applyaddressanswer(st, hooks, QString::fromLatin1(answer), &changed).toStdString(), message);
-        EXPECT_EQ(std::pair(st.startaddress, stored("Starting Address")), std::pair(address, std::to_string(address)));
+        QString message;
+        if (r[0] == "clock")
+            changed = applyclockanswer(st, r[1] == "1", answer);
+        else if (r[0] == "address")
+            message = applyaddressanswer(st, hooks, answer, &changed);
+        else
+            message = applyultimateanswer(r[1] == "1", answer, &changed);
+        EXPECT_EQ(message, r[3] == "-" ? QString() : r[3]);
+        EXPECT_EQ(QString::fromStdString(stored(setting.at(r[0]))), r[4]);
+        EXPECT_EQ(changed, r[5] == "1");
+        EXPECT_FLOAT_EQ(st.clockmhz, r[0] == "clock" ? r[4].toFloat() : 4.0f);
         // A new address runs clean at once: pc on it, registers reset, the panel redrawn.
-        EXPECT_EQ(changed, address != 0x0100);
-        EXPECT_EQ(std::tuple(hooks.refreshes > 0, st.a, st.pc), changed ? std::tuple(true, 0, address) : std::tuple(false, 7, 0));
+        const bool moved = r[0] == "address" && changed;
+        EXPECT_EQ(std::tuple(st.startaddress, hooks.refreshes > 0, st.a, st.pc),
+                  moved ? std::tuple(r[4].toInt(), true, 0, r[4].toInt()) : std::tuple(0x0100, false, 7, 0));
     }
 }
 
-TEST(OptionsUltimate, RangeOneToTwoThousandAndNotDuringARun)
+TEST(Options, UltimateNotDuringARun)
 {
-    const char* range = "Allowed range 1-2000.";
-    const std::tuple<bool, const char*, const char*, const char*> cases[] = { // accepted, answer, message, stored
-        {true, "250", "", "250"}, {true, "1", "", "1"}, {true, "2000", "", "2000"}, {true, "2001", range, "500"},
-        {true, "0", range, "500"}, {false, "", range, "500"}, {true, "99.5", "", "100"}, {true, "0.4", range, "500"}};
-    for (const auto& [accepted, answer, message, setting] : cases) {
-        regwrite("Ultimate Timer", "500");
-        EXPECT_EQ(applyultimateanswer(accepted, QString::fromLatin1(answer)).toStdString() + "|" + stored("Ultimate Timer"),
-                  std::string(message) + "|" + setting);
-    }
     MachineState st;
     st.running = true;
     machinestate().optconfirm = "OFF";
