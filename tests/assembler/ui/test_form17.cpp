@@ -1,6 +1,5 @@
-// The Interactive Assembler Editor: every instruction form built by clicks as recorded in
-// tests/data/form17/forms.txt; the walks of clicks and keys of tests/data/form17/scenarios.txt with
-// the files they save; a seeded random walk that checks the window's states after every step.
+// The Interactive Assembler Editor: every form built by clicks as recorded (tests/data/form17), the
+// recorded walks of clicks and keys, a seeded random walk that checks the states after every step.
 #include "assembler/assembler.h"
 #include "assembler/ui/form17.h"
 #include "assembler/ui/form6.h"
@@ -24,7 +23,6 @@
 #include <map>
 #include <random>
 #include <set>
-#include <sstream>
 
 using namespace kelvane;
 
@@ -37,10 +35,8 @@ std::pair<std::string, std::string> split(const std::string& s)
     return blank == std::string::npos ? std::pair{s, std::string()} : std::pair{s.substr(0, blank), s.substr(blank + 1)};
 }
 
-struct Scenario {
-    std::string name;
-    std::vector<std::pair<int, std::string>> lines; // line number, text
-};
+// A walk's name and its lines (number in the file, text).
+using Scenario = std::pair<std::string, std::vector<std::pair<int, std::string>>>;
 
 std::vector<Scenario> scenarios()
 {
@@ -52,7 +48,7 @@ std::vector<Scenario> scenarios()
         if (line.rfind("== ", 0) == 0)
             all.push_back({line.substr(3), {}});
         else if (!all.empty() && !QString::fromStdString(line).trimmed().isEmpty() && line[0] != '#')
-            all.back().lines.emplace_back(number, line);
+            all.back().second.emplace_back(number, line);
     }
     return all;
 }
@@ -91,7 +87,6 @@ struct Form17Test : test::WindowTest {
         w->Combo1()->setCurrentIndex(option->parentWidget()->objectName().mid(5).toInt() + 1);
         click(option);
     }
-    void run(const Scenario& s);
     void step(const std::string& line);
     std::string actual(const std::string& what, std::string& expected);
 
@@ -101,27 +96,6 @@ struct Form17Test : test::WindowTest {
 };
 
 // ---- The scenarios' language. ----
-
-void Form17Test::run(const Scenario& s)
-{
-    for (size_t i = 0; i < s.lines.size() && !HasFatalFailure(); ++i) {
-        const auto& [number, line] = s.lines[i];
-        SCOPED_TRACE("scenarios.txt:" + std::to_string(number) + ": " + line);
-        if (line.rfind("expect file ", 0) == 0) {
-            std::string want;
-            for (++i; i < s.lines.size() && s.lines[i].second != "end"; ++i)
-                want += QString::fromStdString(s.lines[i].second.substr(2)).replace("\\t", "\t").toStdString() + "\n";
-            EXPECT_EQ(read(QString::fromStdString(line.substr(12))).toStdString(), want);
-        } else if (line.rfind("repeat ", 0) == 0) {
-            const size_t colon = line.find(':');
-            for (int k = std::stoi(line.substr(7, colon - 7)); k > 0; --k)
-                for (const QString& part : QString::fromStdString(line.substr(colon + 1)).split(';'))
-                    step(part.trimmed().toStdString());
-        } else {
-            step(line);
-        }
-    }
-}
 
 void Form17Test::step(const std::string& line)
 {
@@ -223,11 +197,28 @@ struct Walk : Form17Test, ::testing::WithParamInterface<Scenario> {};
 
 TEST_P(Walk, AsWritten)
 {
-    run(GetParam());
+    const auto& lines = GetParam().second;
+    for (size_t i = 0; i < lines.size() && !HasFatalFailure(); ++i) {
+        const auto& [number, line] = lines[i];
+        SCOPED_TRACE("scenarios.txt:" + std::to_string(number) + ": " + line);
+        if (line.rfind("expect file ", 0) == 0) {
+            std::string want;
+            for (++i; i < lines.size() && lines[i].second != "end"; ++i)
+                want += QString::fromStdString(lines[i].second.substr(2)).replace("\\t", "\t").toStdString() + "\n";
+            EXPECT_EQ(read(QString::fromStdString(line.substr(12))).toStdString(), want);
+        } else if (line.rfind("repeat ", 0) == 0) {
+            const size_t colon = line.find(':');
+            for (int k = std::stoi(line.substr(7, colon - 7)); k > 0; --k)
+                for (const QString& part : QString::fromStdString(line.substr(colon + 1)).split(';'))
+                    step(part.trimmed().toStdString());
+        } else {
+            step(line);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Form17, Walk, ::testing::ValuesIn(scenarios()), [](const auto& info) {
-    return QString::fromStdString(info.param.name).replace(QRegularExpression("[^A-Za-z0-9]"), "_").toStdString();
+    return QString::fromStdString(info.param.first).replace(QRegularExpression("[^A-Za-z0-9]"), "_").toStdString();
 });
 
 // ---- Every form with every choice: the text built as recorded, and one the assembler takes. ----
@@ -236,14 +227,11 @@ TEST_F(Form17Test, EveryFormBuildsTheRecordedTextAndTheAssemblerTakesIt)
 {
     const std::vector<QStringList> rows = test::datatable("form17/forms.txt");
     for (const QStringList& row : rows) {
-        const std::string choices = row.value(1).toStdString(), want = row.value(2).toStdString();
+        const std::string want = row.value(2).toStdString();
         SCOPED_TRACE(row.join(" | ").toStdString());
         pickform(row.value(0).toStdString());
-        std::stringstream in(choices);
-        for (std::string c; in >> c;)
-            for (const std::string& s : c[0] == '#' ? std::vector{"keys " + c.substr(1), std::string("key ACCEPT")}
-                                                    : std::vector{"sel " + c})
-                step(s);
+        for (const QString& c : row.value(1).split(' ', Qt::SkipEmptyParts)) // "#" a number typed, then ACCEPT
+            c.startsWith('#') ? (step("keys " + c.mid(1).toStdString()), step("key ACCEPT")) : step("sel " + c.toStdString());
         EXPECT_EQ(w->lininsttext().toStdString(), want);
         EXPECT_TRUE(w->command_append()->isVisible());
         w->command_cancel()->click();
@@ -258,11 +246,8 @@ TEST_F(Form17Test, EveryFormBuildsTheRecordedTextAndTheAssemblerTakesIt)
 
 // The five states by what shows: a group's frame, a parameter's frame, Append, the prompt, Cancel
 // ("?": none or one).
-const std::pair<const char*, std::string> states[] = {{"idle", "00000"},
-                                                      {"group chosen", "?0001"},
-                                                      {"parameters asked", "01001"},
-                                                      {"instruction complete", "00101"},
-                                                      {"waiting for a row", "00010"}};
+const std::pair<const char*, std::string> states[] = {{"idle", "00000"}, {"group chosen", "?0001"}, {"parameters asked", "01001"},
+                                                      {"instruction complete", "00101"}, {"waiting for a row", "00010"}};
 
 TEST_F(Form17Test, RandomClicksAndKeysKeepOneStateAndAWayOn)
 {

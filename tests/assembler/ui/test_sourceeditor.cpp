@@ -1,13 +1,9 @@
-// The source editor: Format Text keeps what the assembler reads, colouring follows the assembler's
-// reading and styles only what changed and what is shown, replace all, undo levels, files
-// (encodings, line ends, NUL bytes), the wheel step and the "A " settings. Marks and failures of
-// files are tried through the Assembler window.
+// The source editor in assembler mode: Format Text, colouring (only what is shown restyled), replace
+// all, undo levels, files (encodings, line ends, NUL bytes), the wheel step and the "A " settings.
 #include "assembler/assembler.h"
 #include "shell/sourceeditor.h"
 #include "shell/sourceeditorsettings.h"
 #include "sim/settings.h"
-
-#include <QFontInfo>
 
 #include "tests/common/datatable.h"
 #include "tests/common/windowtest.h"
@@ -22,10 +18,9 @@ using Cases = std::vector<std::pair<std::string, std::string>>;
 Cases table(const QString& name)
 {
     Cases cases;
-    for (QStringList row : test::datatable("sourceeditor/" + name)) {
-        for (QString& f : row)
-            f.replace("\\t", "\t").replace("\\s", " ");
-        cases.emplace_back(row.value(0).toStdString(), row.value(1).toStdString());
+    for (const QStringList& row : test::datatable("sourceeditor/" + name)) {
+        const QStringList f = row.join('|').replace("\\t", "\t").replace("\\s", " ").split('|');
+        cases.emplace_back(f.value(0).toStdString(), f.value(1).toStdString());
     }
     return cases;
 }
@@ -37,15 +32,6 @@ std::string joined(const Cases& cases, const char* end = "\n", bool second = fal
     for (const auto& c : cases)
         out += (second ? c.second : c.first) + end;
     return out;
-}
-
-// One edit of its own at the end of the text, as typing there would make it.
-void addatend(SourceEditor& ed, const std::string& text)
-{
-    ed.SendScintilla(QsciScintillaBase::SCI_DOCUMENTEND);
-    ed.beginUndoAction();
-    ed.SendScintilla(QsciScintillaBase::SCI_ADDTEXT, static_cast<uintptr_t>(text.size()), text.c_str());
-    ed.endUndoAction();
 }
 
 // The image and the errors (line: message) of a source.
@@ -85,38 +71,27 @@ TEST(SourceEditorFormat, LinesAsExpectedAndTheSourceAssemblesAlike)
     EXPECT_EQ(ed.textbytes(), "A:  NOP\n  mov a,b\n");
 }
 
-TEST(SourceEditorColouring, StylesFollowTheAssemblersReading)
+TEST(SourceEditorColouring, StylesFollowTheAssemblersReadingAndAKeystrokeRestylesOnlyWhatIsShown)
 {
     const Cases cases = table("colouring.txt");
     ASSERT_EQ(cases.size(), 8u);
     SourceEditor ed;
     ed.setlanguagemode(2);
-    for (const char* k : {"MOV", "EQU", ".EQU", "DB", ".ORG", "LXI"})
+    for (const char* k : {"MOV", "EQU", ".EQU", "DB", ".ORG", "LXI", "MVI"})
         ed.addkeyword(QString::fromLatin1(k));
     ed.settextbytes(joined(cases));
     int pos = 0;
     for (const auto& [line, expected] : cases) {
         std::string got;
-        for (size_t i = 0; i < line.size(); ++i) {
-            const int s = ed.styleat(pos++);
-            got += s == stylekeyword ? 'K' : s == stylecomment ? 'C' : '.';
-        }
+        for (size_t i = 0; i < line.size(); ++i, ++pos)
+            got += ed.styleat(pos) == stylekeyword ? 'K' : ed.styleat(pos) == stylecomment ? 'C' : '.';
         EXPECT_EQ(got, expected) << line;
-        ++pos;
+        ++pos; // the line end
     }
-}
-
-TEST(SourceEditorColouring, AKeystrokeRestylesOnlyWhatIsShown)
-{
-    SourceEditor ed;
-    ed.setlanguagemode(2);
-    ed.addkeyword(QStringLiteral("MVI"));
+    // A keystroke restyles only what is shown.
     ed.resize(500, 300);
     ed.show();
-    std::string text;
-    for (int i = 0; i < 50000; ++i)
-        text += "\tMVI A,5\t; step\n";
-    ed.settextbytes(text);
+    ed.settextbytes(QByteArray("\tMVI A,5\t; step\n").repeated(50000).toStdString());
     for (int line : {1, 25000, 50000}) {
         ed.styleat(ed.length() - 1); // all styled, as once the window has been idle
         ed.gotoline(line);
@@ -132,7 +107,7 @@ TEST(SourceEditorColouring, AKeystrokeRestylesOnlyWhatIsShown)
     }
 }
 
-TEST(SourceEditorEditing, ReplaceAllWholeWordsAnyCaseInOneUndoStep)
+TEST(SourceEditorEditing, ReplaceAllIsOneUndoStepAndUndoStopsAtTheLevels)
 {
     // The text, what is replaced and by what, the count, the text after.
     for (const auto& [text, what, with, count, after] : std::vector<std::tuple<std::string, QString, QString, int, std::string>>{
@@ -146,11 +121,14 @@ TEST(SourceEditorEditing, ReplaceAllWholeWordsAnyCaseInOneUndoStep)
         ed.undo();
         EXPECT_EQ(ed.textbytes(), text);
     }
-}
-
-TEST(SourceEditorEditing, UndoStopsAtTheNumberOfLevels)
-{
-    // levels, edits, edits undone
+    // Undo stops at the number of levels: levels, edits, edits undone. An edit of its own at the
+    // end of the text, as typing there would make it:
+    const auto addatend = [](SourceEditor& ed, const std::string& text) {
+        ed.SendScintilla(QsciScintillaBase::SCI_DOCUMENTEND);
+        ed.beginUndoAction();
+        ed.SendScintilla(QsciScintillaBase::SCI_ADDTEXT, static_cast<uintptr_t>(text.size()), text.c_str());
+        ed.endUndoAction();
+    };
     for (const auto& [levels, edits, undone] : std::vector<std::tuple<int, int, int>>{{2, 3, 2}, {0, 2, 0}, {10, 3, 3}}) {
         SourceEditor ed;
         ed.setundolevels(levels);
@@ -210,18 +188,14 @@ TEST(SourceEditorScrolling, WheelNotchesScrollByTheStep)
     }
 }
 
-TEST(SourceEditorSettings, TheAssemblersSettingsReachTheEditor)
+TEST(SourceEditorSettings, TabWheelAndUndoSettingsReachTheEditor)
 {
-    // The defaults (written as they are read), then settings of the user's.
+    // The defaults, then the user's (fonts and colours are the editor setup's own tests).
     for (const bool defaults : {true, false}) {
         SourceEditor ed;
         applyassemblereditor(ed);
         EXPECT_EQ(std::tuple(ed.tabWidth(), ed.wheelstep(), ed.undolevels()), defaults ? std::tuple(8, 10, 10) : std::tuple(4, 3, 0));
-        EXPECT_EQ(ed.color(EditorColor::comment), QColor(0, 64, 64));
-        EXPECT_EQ(ed.color(EditorColor::keyword) == QColor(1, 2, 3), !defaults);
-        EXPECT_TRUE(QFontInfo(ed.editorfont()).fixedPitch()); // "Courier New" is missing here
-        for (const auto& [name, value] : Cases{{"A Tab Size", "4"}, {"A Scroll Wheel Step", "3"},
-                                               {"A Undo Levels Number", "0"}, {"A Keyword Color", "197121"}})
+        for (const auto& [name, value] : Cases{{"A Tab Size", "4"}, {"A Scroll Wheel Step", "3"}, {"A Undo Levels Number", "0"}})
             regwrite(name, value);
     }
 }

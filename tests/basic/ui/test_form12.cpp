@@ -81,9 +81,8 @@ TEST_F(Form12Test, TypingSetsKeywordCaseAndIndents)
 {
     const std::vector<QStringList> rows = test::datatable("basicui/typing.txt");
     ASSERT_EQ(rows.size(), 5u);
-    for (QStringList f : rows) {
-        for (QString& field : f)
-            field.replace("\\n", "\n").replace("\\t", "\t");
+    for (const QStringList& row : rows) {
+        const QStringList f = row.join('|').replace("\\n", "\n").replace("\\t", "\t").split('|');
         regwrite("C Auto Format Text Enabled", f[0].toStdString());
         regwrite("C Auto Case Control Enabled", f[1].toStdString());
         reopen();
