@@ -6,6 +6,7 @@
 #include "sim/programfiles_ui.h"
 #include "sim/settings.h"
 
+#include "tests/common/datatable.h"
 #include "tests/common/dialogdriver.h"
 #include "tests/common/tempfolder.h"
 
@@ -101,31 +102,17 @@ TEST_F(FileMenuFixture, IntelHexUnderTheSecondFilterLoadsWithAllItsResets)
 
 TEST_F(FileMenuFixture, RefusalsLeaveEverythingAsItWas)
 {
-    const struct {
-        const char* name;
-        const char* contents; // nullptr: no such file
-        int filter;
-        const char* box;      // the box's text, or a part of it; nullptr: the timed window
-        const char* window;
-    } cases[] = {
-        {"bad.hex", "; comment\r\n:020000003E05BC\r\n", 2,
-         "Input program file in Intel Hex Format contains errors.\nLine number 2: Invalid 'checksum' field in the record.",
-         nullptr},
-        {"missing.obj", nullptr, 1, "missing.obj", nullptr},
-        {"missing.hex", nullptr, 2, "missing.hex", nullptr},
-        {"empty.obj", "", 1, nullptr, "The size of the selected file is zero."},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const QStringList& r : test::datatable("sim/loadrefusals.txt")) {
+        SCOPED_TRACE(r[0].toStdString());
         test::DialogDriver driver;
-        choose(c.contents != nullptr ? dir.put(c.name, c.contents) : dir.at(c.name), c.filter);
+        const std::string name = r[0].toStdString(), contents = QString(r[2]).replace("\\r\\n", "\r\n").toStdString();
+        choose(r[2] == "-" ? dir.at(name) : dir.put(name, contents), r[1].toInt());
         EXPECT_FALSE(menuload_Click(*st, &caller, hooks));
-        if (c.box != nullptr) {
-            ASSERT_EQ(driver.texts.size(), 1u);
-            EXPECT_TRUE(driver.texts[0].contains(QString::fromLatin1(c.box))) << driver.texts[0].toStdString();
-        } else {
-            EXPECT_EQ(shown(), QString::fromLatin1(c.window));
-        }
+        const QString told = QString(r[4]).replace("\\n", "\n");
+        if (r[3] == "box")
+            EXPECT_TRUE(driver.texts.size() == 1 && driver.texts[0].contains(told)) << driver.texts.size();
+        else
+            EXPECT_EQ(shown(), told);
         untouched();
         EXPECT_EQ(st->lastpath, dir.path.string() + "/"); // the folder is taken all the same
     }
@@ -148,45 +135,35 @@ TEST_F(FileMenuFixture, ClearEmptiesMemoryAndResets)
     EXPECT_EQ(shown(), QStringLiteral("The memory is empty."));
 }
 
-TEST_F(FileMenuFixture, SaveCutsTheNameAtItsFirstPointAndAddsTheFormatsExtension)
+TEST_F(FileMenuFixture, SavesUnderTheFormatsExtensionAndReplacesAFileOnlyOnYes)
 {
     st->mem.fill(0);
     st->mem[0] = 0x3E;
     st->mem[1] = 0x05;
-    choose(dir.at("prog.v1.txt"), 2);
-    ASSERT_TRUE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(slurp(dir.at("prog.hex")), hexprogram);
-    EXPECT_EQ(std::pair(qstaza.toStdString(), st->programsize), std::pair(dir.at("prog.hex"), 2));
-    EXPECT_EQ(shown(), QStringLiteral("Operation completed.\r\nTotal 2 (.001K) bytes saved."));
-    EXPECT_EQ(calls + st->breakpointaddress[0], "-+0005"); // a save touches neither registers nor breakpoints
-    choose(dir.at("image"), 3);
-    ASSERT_TRUE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(slurp(dir.at("image.obj")), std::string("\x3E\x05", 2));
-    EXPECT_TRUE(questions.empty());
-}
-
-TEST_F(FileMenuFixture, AnExistingFileIsReplacedOnlyOnYesAndAFailedWriteChangesNothing)
-{
-    st->mem[0] = 0x01;
-    st->mem[4095] = 0x02;
-    const std::string target = dir.put("prog.obj", "old contents");
-    choose(target, 1);
+    const std::string target = dir.put("prog.hex", "old contents");
+    // An existing file, and a name that is a folder's (which can't be replaced, whoever runs the
+    // test: told in a box): nothing changes.
     answeryes = false;
+    choose(dir.at("prog.v1.txt"), 2); // the name is cut at its first point
     EXPECT_FALSE(menusave_Click(*st, &caller, hooks));
     EXPECT_EQ(questions, std::vector<QString>{QString::fromStdString("Do you want to overwrite existing file " + target + "?")});
-    EXPECT_EQ(calls, "");
-    EXPECT_EQ(slurp(target), "old contents");
+    EXPECT_EQ(calls + slurp(target), "old contents");
     answeryes = true;
-    // A name that is a folder's can't be replaced, whoever runs the test: told in a box.
     test::DialogDriver driver;
     std::filesystem::create_directory(dir.at("folder.obj"));
     choose(dir.at("folder.obj"), 1);
     EXPECT_FALSE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(driver.texts.size(), 1u);
-    untouched();
-    EXPECT_EQ(calls, "-+");
-    choose(target, 1);
-    EXPECT_TRUE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(slurp(target).size(), 4096u);
-    EXPECT_EQ(st->programsize, 4096);
+    EXPECT_EQ(std::pair(driver.texts.size(), calls), std::pair(size_t(1), std::string("-+")));
+    EXPECT_EQ(std::pair(st->programsize, qstaza), std::pair(77, QStringLiteral("old")));
+    choose(dir.at("prog.v1.txt"), 2);
+    ASSERT_TRUE(menusave_Click(*st, &caller, hooks));
+    EXPECT_EQ(slurp(target), hexprogram);
+    EXPECT_EQ(std::pair(qstaza.toStdString(), st->programsize), std::pair(target, 2));
+    EXPECT_EQ(shown(), QStringLiteral("Operation completed.\r\nTotal 2 (.001K) bytes saved."));
+    EXPECT_EQ(calls + st->breakpointaddress[0], "-+-+0005"); // a save touches neither registers nor breakpoints
+    st->mem[4095] = 0x02;
+    choose(dir.at("image"), 3);
+    ASSERT_TRUE(menusave_Click(*st, &caller, hooks));
+    EXPECT_EQ(slurp(dir.at("image.obj")), std::string("\x3E\x05", 2) + std::string(4093, '\0') + "\x02");
+    EXPECT_EQ(std::pair(st->programsize, questions.size()), std::pair(4096, size_t(3))); // image.obj: not asked
 }
