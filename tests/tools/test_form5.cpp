@@ -120,8 +120,9 @@ TEST_F(Form5Test, PortPromptAnswers)
     }
 }
 
-// OUT and IN through the port path with the window open, then closed: what the devices show.
-TEST_F(Form5Test, PortPathWithTheWindowOpenAndClosed)
+// OUT and IN through the port path with the window open, then closed: what the devices show; then
+// the terminal cleared and turned off.
+TEST_F(Form5Test, PortPathWithTheWindowOpenAndClosedTerminalClearAndOff)
 {
     turnon(1, "30");
     turnon(3, "30");
@@ -161,8 +162,21 @@ TEST_F(Form5Test, PortPathWithTheWindowOpenAndClosed)
     for (auto [n, value] : {std::pair{1, 0xA7}, std::pair{2, 0x42}, std::pair{3, 0xA7}, std::pair{4, 0x99}})
         expectshown(n, value);
     EXPECT_TRUE(form->optionin(2)->isChecked() && form->optionin(4)->isChecked());
-    EXPECT_EQ(form->terminal()->lines().indexed(), 2u);
+    const TerminalLines& lines = form->terminal()->lines();
+    EXPECT_EQ(lines.indexed(), 2u);
     EXPECT_EQ(form->label(10)->text(), "I/O port 30H");
+    // The terminal's Clear empties its text; turned off, it takes nothing more.
+    form->command6()->click();
+    EXPECT_TRUE(st().termtext.empty() && lines.indexed() == 0);
+    out(0x30, "Z");
+    EXPECT_EQ(lines.indexed(), 1u);
+    form->command(5)->click();
+    EXPECT_FALSE(st().termenabled || form->terminal()->isEnabled() || form->command6()->isEnabled());
+    EXPECT_TRUE(st().termtext.empty() && lines.indexed() == 0 && st().termport == 0);
+    EXPECT_EQ(form->label(10)->text(), "I/O port");
+    out(0x30, "Q");
+    EXPECT_TRUE(st().termtext.empty() && lines.indexed() == 0);
+    expectshown(1, 'Q');
 }
 
 TEST_F(Form5Test, LampsDirectionOffAndOnAgainAndTheValueText)
@@ -231,25 +245,6 @@ TEST_F(Form5Test, SettingsReadAtLoadAndWrittenAtUnload)
     for (const QStringList& r : settings)
         EXPECT_EQ(regread(r[0].toStdString(), "?"), r[2].toStdString()) << r[0].toStdString();
     EXPECT_NE(regread("Window5 Left", "?"), "?");
-}
-
-TEST_F(Form5Test, TerminalTextClearAndOff)
-{
-    turnon(5, "02");
-    out(2, "Hi\r\nthere\rX\n\x07\xE9");
-    const TerminalLines& lines = form->terminal()->lines();
-    EXPECT_EQ(lines.linecount(), 4u);
-    EXPECT_TRUE(form->terminal()->atend());
-    form->command6()->click();
-    EXPECT_TRUE(st().termtext.empty() && lines.indexed() == 0);
-    out(2, "Z");
-    EXPECT_EQ(lines.indexed(), 1u);
-    form->command(5)->click(); // off
-    EXPECT_FALSE(st().termenabled || form->terminal()->isEnabled() || form->command6()->isEnabled());
-    EXPECT_TRUE(st().termtext.empty() && lines.indexed() == 0 && st().termport == 0);
-    EXPECT_EQ(form->label(10)->text(), "I/O port");
-    out(2, "Q");
-    EXPECT_TRUE(st().termtext.empty() && st().ports[2] == 'Q');
 }
 
 TEST(TerminalLines, BreaksWrappingAndRows)
