@@ -29,37 +29,29 @@ TEST(ProgramLoad, FormatByNameOrByExtension)
 TEST(ProgramLoad, ResultsAndExitCodesLeaveTheImageAloneOnFailure)
 {
     TempFolder dir;
-    const struct {
-        std::string path;
-        const char* format;
-        LoadStatus status;
-        int exitcode;
-        int32_t size;
-        std::string message;
-    } cases[] = {
-        {dir.put("ok.hex", ":020000003E05BB\r\n:00000001FF\r\n"), "", LoadStatus::ok, 0, 2, ""},
-        {dir.put("bad.hex", ":020000003E05BC\r\n"), "", LoadStatus::refused, 1, 0,
-         "Input program file in Intel Hex Format contains errors.\r\nLine number 1: Invalid 'checksum' field in "
-         "the record."},
-        {dir.put("zero.obj", ""), "", LoadStatus::refused, 1, 0, "The size of the selected file is zero."},
-        {dir.put("big.obj", std::string(65537, 'x')), "", LoadStatus::refused, 1, 0,
-         "The size of the selected file is greater than 64K."},
-        {dir.put("full.bin", std::string(65536, '\x76')), "", LoadStatus::ok, 0, 65536, ""},
-        {dir.put("image.hex", "\x3E\x05"), "obj", LoadStatus::ok, 0, 2, ""},
-        {dir.at("missing.hex"), "", LoadStatus::fileerror, 2, 0, ""},
-        {dir.path.string(), "obj", LoadStatus::fileerror, 2, 0, ""},
-        {dir.at("ok.hex"), "srec", LoadStatus::fileerror, 2, 0, ""},
+    using S = LoadStatus;
+    // Path, format asked; status, exit code, size, message (when one is given).
+    const std::tuple<std::string, const char*, S, int, int32_t, std::string> cases[] = {
+        {dir.put("ok.hex", ":020000003E05BB\r\n:00000001FF\r\n"), "", S::ok, 0, 2, ""},
+        {dir.put("bad.hex", ":020000003E05BC\r\n"), "", S::refused, 1, 0,
+         "Input program file in Intel Hex Format contains errors.\r\nLine number 1: Invalid 'checksum' field in the record."},
+        {dir.put("zero.obj", ""), "", S::refused, 1, 0, "The size of the selected file is zero."},
+        {dir.put("big.obj", std::string(65537, 'x')), "", S::refused, 1, 0, "The size of the selected file is greater than 64K."},
+        {dir.put("full.bin", std::string(65536, '\x76')), "", S::ok, 0, 65536, ""},
+        {dir.put("image.hex", "\x3E\x05"), "obj", S::ok, 0, 2, ""},
+        {dir.at("missing.hex"), "", S::fileerror, 2, 0, ""},
+        {dir.path.string(), "obj", S::fileerror, 2, 0, ""},
+        {dir.at("ok.hex"), "srec", S::fileerror, 2, 0, ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& [path, format, status, exitcode, size, message] : cases) {
         std::vector<int32_t> image(65536, 0x55);
-        const ProgramLoadResult r = loadprogram(c.path, c.format, image.data());
-        SCOPED_TRACE(c.path + ": " + r.message);
-        EXPECT_EQ(std::tuple(r.status, r.exitcode(), r.size), std::tuple(c.status, c.exitcode, c.size));
-        EXPECT_EQ(r.message.empty(), r.status == LoadStatus::ok);
-        if (!c.message.empty())
-            EXPECT_EQ(r.message, c.message);
-        if (r.status == LoadStatus::ok)
-            EXPECT_EQ(std::pair(image[0], image[65535]), c.size == 2 ? std::pair(0x3E, 0) : std::pair(0x76, 0x76));
+        const ProgramLoadResult r = loadprogram(path, format, image.data());
+        SCOPED_TRACE(path + ": " + r.message);
+        EXPECT_EQ(std::tuple(r.status, r.exitcode(), r.size), std::tuple(status, exitcode, size));
+        EXPECT_EQ(r.message.empty(), r.status == S::ok);
+        EXPECT_TRUE(message.empty() || r.message == message);
+        if (r.status == S::ok)
+            EXPECT_EQ(std::pair(image[0], image[65535]), size == 2 ? std::pair(0x3E, 0) : std::pair(0x76, 0x76));
         else
             EXPECT_EQ(std::count(image.begin(), image.end(), 0x55), 65536);
     }
