@@ -88,8 +88,10 @@ protected:
     }
     // Runs fn after ms milliseconds, inside whatever pumps events then (the run loop).
     void later(int ms, std::function<void()> fn) { QTimer::singleShot(ms, form.get(), std::move(fn)); }
-    void startat(int rate)
+    void startat(int rate, const Program& program = {})
     {
+        if (!program.empty())
+            load(program);
         act("menuspeed" + std::to_string(rate))->trigger();
         act("menustart")->trigger();
     }
@@ -135,10 +137,9 @@ TEST_F(Form1Test, SettingsAtLoad)
     EXPECT_EQ(regread("FF Power On Defaults") + look({"qb"}), "OFF00");
 }
 
-TEST_F(Form1Test, StepByStepStartStepAndStop)
+TEST_F(Form1Test, StepByStepStartStepStopAndABreakpoint)
 {
-    load(haltprogram);
-    startat(1);
+    startat(1, haltprogram);
     EXPECT_TRUE(st().instructioncount == 0 && act("menustep2")->isVisible());
     // What a run forbids, and what it leaves.
     EXPECT_EQ(look({"step", "menus", "qinstrukcijanext"}), "1|0000000001111|MVI A,12H");
@@ -149,6 +150,12 @@ TEST_F(Form1Test, StepByStepStartStepAndStop)
     stop(); // no loop pass needed; the counters stay on the panel
     EXPECT_EQ(look({"running", "step", "buttons", "menus", "qinst"}), "0|0|0000000|1111111111111|2");
     EXPECT_TRUE(statistics(0, 2));
+    // A breakpoint switches a run to Step By Step and stores that rate.
+    st().breakpointaddress.set(0, "0002");
+    startat(5);
+    EXPECT_EQ(look({"running", "loop", "step", "rates", "qinstrukcijanext"}), "1|0|1|100000|MVI B,34H");
+    EXPECT_EQ(regread("Simulation Rate") + std::to_string(st().instructioncount), "11");
+    stop();
 }
 
 // At every rate: HLT with "HLT Stops Simulation" ends the run after that instruction; in an
@@ -159,8 +166,7 @@ class EveryRate : public Form1Test, public ::testing::WithParamInterface<int> {}
 TEST_P(EveryRate, HaltAndStopEndTheRunWithOneMessage)
 {
     const int rate = GetParam();
-    load(haltprogram);
-    startat(rate);
+    startat(rate, haltprogram);
     for (int i = 0; i < 3 && rate == 1; ++i)
         step();
     EXPECT_EQ(look({"running", "loop", "qinstrukcija"}), "0|0|HLT");
@@ -237,21 +243,9 @@ TEST_F(Form1Test, StepByStepEndsTheLoopAndAnotherRateResumesItInsideItsHandler)
     EXPECT_EQ(messages.size(), 2u);
 }
 
-TEST_F(Form1Test, BreakpointSwitchesToStepByStepAndStoresTheRate)
-{
-    load(haltprogram);
-    st().breakpointaddress.set(0, "0002");
-    startat(5);
-    EXPECT_EQ(look({"running", "loop", "step", "rates", "qinstrukcijanext"}), "1|0|1|100000|MVI B,34H");
-    EXPECT_EQ(regread("Simulation Rate"), "1");
-    EXPECT_EQ(st().instructioncount, 1);
-    stop();
-}
-
 TEST_F(Form1Test, ButtonsFollowEiSimAcceptanceAndStop)
 {
-    load({0x3E, 0x0B, 0xFB, 0x30, 0x00, 0x00}); // MVI A,0BH; EI; SIM; NOP; NOP
-    startat(1);
+    startat(1, Program{0x3E, 0x0B, 0xFB, 0x30, 0x00, 0x00}); // MVI A,0BH; EI; SIM; NOP; NOP
     EXPECT_EQ(look({"buttons"}), "1100001");
     step();
     step(); // EI
@@ -284,8 +278,7 @@ TEST_F(Form1Test, AnInterruptPressedInTheLoopIsServedAfterTheInstructionUnderWay
 
 TEST_F(Form1Test, ResetAtStepByStepCleansAndWaitsForStep)
 {
-    load(haltprogram);
-    startat(1);
+    startat(1, haltprogram);
     step();
     press();
     EXPECT_EQ(look({"step", "qa"}), "0|FF"); // cleaned while held
@@ -344,8 +337,7 @@ TEST_F(Form1Test, IoLogGetsResetLinesAndTwoEmptyLinesAtStop)
     const std::string io = st().apppath + "io.txt";
     QFile::remove(QString::fromStdString(io));
     act("menuinlog")->trigger();
-    load({0xD3, 0x07, 0x76}); // OUT 07H; HLT
-    startat(1);
+    startat(1, Program{0xD3, 0x07, 0x76}); // OUT 07H; HLT
     step();
     press(), release();
     step();
@@ -356,15 +348,6 @@ TEST_F(Form1Test, IoLogGetsResetLinesAndTwoEmptyLinesAtStop)
     EXPECT_TRUE(lines[2].contains("sent to port 07H"));
     EXPECT_EQ(QList<QByteArray>{lines[1]} + lines.mid(3), (QList<QByteArray>{"RESET\r", "\r", "\r", ""}));
     QFile::remove(QString::fromStdString(io));
-}
-
-TEST_F(Form1Test, ClosingDuringARunEndsItWithoutTheStatistics)
-{
-    load(endlessloop);
-    later(80, [this] { form->close(); });
-    startat(5);
-    EXPECT_FALSE(form->loopactive());
-    EXPECT_TRUE(messages.empty());
 }
 
 TEST_F(Form1Test, DialogsInsideARun)
@@ -412,30 +395,9 @@ TEST_F(Form1Test, DialogsInsideARun)
     EXPECT_EQ(std::pair(st().a, st().simrate), std::pair(0xA5, 3));
 }
 
-// Direct entry through the window system: a click on the label, keys into the box, Enter.
-TEST_F(Form1Test, AClickOpensTheBoxAndEnterCommitsByItsLength)
-{
-    load(haltprogram);
-    startat(1);
-    for (const QStringList& row : test::datatable("sim/entry.txt")) {
-        SCOPED_TRACE(row.join('|').toStdString());
-        const std::string name = row[0].toStdString(), shown = row[2].toStdString();
-        QTest::mouseClick(form->label(name.c_str()), Qt::LeftButton);
-        ASSERT_TRUE(form->entryopen());
-        EXPECT_TRUE(form->entrybox()->hasFocus());
-        EXPECT_TRUE(form->entrybox()->text().isEmpty()); // the old value is not offered
-        QTest::keyClicks(form->entrybox(), row[1]);
-        test::saveshot(form.get(), "form1-entry");
-        QTest::keyClick(form->entrybox(), Qt::Key_Return);
-        EXPECT_FALSE(form->entryopen());
-        EXPECT_EQ(look({name}), shown);
-        form->ekran(); // the machine holds what the label shows; the next instruction keeps its text
-        EXPECT_EQ(look({name, "qinstrukcijanext", "qf"}), shown + "|MVI A,12H|" + hexbyte(composeflags(st())));
-    }
-    stop();
-}
-
-TEST_F(Form1Test, EscapeAndClicksElsewhereStoreNothing)
+// Direct entry through the window system: a click on the label opens the box, keys go into it,
+// Enter stores what fits; Escape and clicks elsewhere store nothing.
+TEST_F(Form1Test, DirectEntryByMouseAndKeyboard)
 {
     load(haltprogram);
     form->activateWindow();
@@ -472,6 +434,21 @@ TEST_F(Form1Test, EscapeAndClicksElsewhereStoreNothing)
     QTest::keyClicks(form->entrybox(), "3");
     QTest::keyClick(form->entrybox(), Qt::Key_Enter);
     EXPECT_EQ(st().d * 256 + st().e, 0xFF03);
+    for (const QStringList& row : test::datatable("sim/entry.txt")) {
+        SCOPED_TRACE(row.join('|').toStdString());
+        const std::string name = row[0].toStdString(), shown = row[2].toStdString();
+        QTest::mouseClick(form->label(name.c_str()), Qt::LeftButton);
+        ASSERT_TRUE(form->entryopen());
+        EXPECT_TRUE(form->entrybox()->hasFocus());
+        EXPECT_TRUE(form->entrybox()->text().isEmpty()); // the old value is not offered
+        QTest::keyClicks(form->entrybox(), row[1]);
+        test::saveshot(form.get(), "form1-entry");
+        QTest::keyClick(form->entrybox(), Qt::Key_Return);
+        EXPECT_FALSE(form->entryopen());
+        EXPECT_EQ(look({name}), shown);
+        form->ekran(); // the machine holds what the label shows; the next instruction keeps its text
+        EXPECT_EQ(look({name, "qinstrukcijanext", "qf"}), shown + "|MVI A,12H|" + hexbyte(composeflags(st())));
+    }
     stop();
     bool opened = true; // not at another rate during a run either
     later(50, [&] { opened = open("qa"), stop(); });
@@ -501,12 +478,15 @@ TEST_F(Form1Test, ThePanelKeepsItsSizeForLongPathsAndWideCounts)
     }
 }
 
-TEST_F(Form1Test, ClosingWritesTheClientAreasPointThatLoadingRestores)
+// Closing during a run ends it without the statistics; the window comes back where it was.
+TEST_F(Form1Test, ClosingDuringARunAndLoadingAgain)
 {
     form->move(300, 200);
     QApplication::processEvents();
     const QPoint at = form->geometry().topLeft();
-    form->close();
+    later(80, [this] { form->close(); });
+    startat(5, endlessloop);
+    EXPECT_TRUE(!form->loopactive() && messages.empty());
     make();
     EXPECT_EQ(form->geometry().topLeft(), at);
 }
