@@ -11,7 +11,6 @@
 using namespace kelvane;
 namespace fs = std::filesystem;
 
-using test::TempFolder;
 
 TEST(ProgramLoad, FormatByNameOrByExtension)
 {
@@ -28,15 +27,17 @@ TEST(ProgramLoad, FormatByNameOrByExtension)
 
 TEST(ProgramLoad, ResultsAndExitCodesLeaveTheImageAloneOnFailure)
 {
-    TempFolder dir;
+    test::TempFolder dir;
     using S = LoadStatus;
     // Path, format asked; status, exit code, size, message (when one is given).
     const std::tuple<std::string, const char*, S, int, int32_t, std::string> cases[] = {
         {dir.put("ok.hex", ":020000003E05BB\r\n:00000001FF\r\n"), "", S::ok, 0, 2, ""},
         {dir.put("bad.hex", ":020000003E05BC\r\n"), "", S::refused, 1, 0,
-         "Input program file in Intel Hex Format contains errors.\r\nLine number 1: Invalid 'checksum' field in the record."},
+         "Input program file in Intel Hex Format contains errors.\r\nLine number 1: Invalid 'checksum' field in "
+         "the record."},
         {dir.put("zero.obj", ""), "", S::refused, 1, 0, "The size of the selected file is zero."},
-        {dir.put("big.obj", std::string(65537, 'x')), "", S::refused, 1, 0, "The size of the selected file is greater than 64K."},
+        {dir.put("big.obj", std::string(65537, 'x')), "", S::refused, 1, 0,
+         "The size of the selected file is greater than 64K."},
         {dir.put("full.bin", std::string(65536, '\x76')), "", S::ok, 0, 65536, ""},
         {dir.put("image.hex", "\x3E\x05"), "obj", S::ok, 0, 2, ""},
         {dir.at("missing.hex"), "", S::fileerror, 2, 0, ""},
@@ -73,14 +74,16 @@ TEST(MemorySave, SizesInKilobytesAndSaveNames)
 
 TEST(MemorySave, SavesUpToTheLastNonZeroByte)
 {
-    TempFolder dir;
+    test::TempFolder dir;
     std::vector<int32_t> mem(65541, 0);
     MemorySaveResult r = savememory(mem.data(), ProgramFormat::obj, dir.at("m.obj"));
-    EXPECT_EQ(std::tuple(r.ok, r.message, fs::exists(dir.at("m.obj"))), std::tuple(false, "The memory is empty.", false));
+    EXPECT_EQ(std::tuple(r.ok, r.message, fs::exists(dir.at("m.obj"))),
+              std::tuple(false, "The memory is empty.", false));
     mem[0] = 0xC9;
     mem[65536] = 7; // the top mirror is not memory to save
     r = savememory(mem.data(), ProgramFormat::obj, dir.at("m.obj"));
-    EXPECT_EQ(std::tuple(r.ok, r.size, r.message), std::tuple(true, 1, "Operation completed.\r\nTotal 1 (.000K) bytes saved."));
+    EXPECT_EQ(std::tuple(r.ok, r.size, r.message),
+              std::tuple(true, 1, "Operation completed.\r\nTotal 1 (.000K) bytes saved."));
     EXPECT_EQ(fs::file_size(dir.at("m.obj")), 1u);
     mem[0x1234] = 0x76;
     r = savememory(mem.data(), ProgramFormat::hex, dir.at("m.hex"));

@@ -106,8 +106,8 @@ protected:
     }
     bool statistics(size_t i, int count)
     {
-        const std::string head = "Total number of executed instructions is " + std::to_string(count) + ".\r\n";
-        return i < messages.size() && messages[i].rfind(head, 0) == 0;
+        return i < messages.size() &&
+               messages[i].starts_with("Total number of executed instructions is " + std::to_string(count) + ".\r\n");
     }
 
     std::unique_ptr<Form1> form;
@@ -118,9 +118,8 @@ protected:
 TEST_F(Form1Test, SettingsAtLoad)
 {
     EXPECT_EQ(look({"rates", "running", "step"}), "000100|0|0");
-    EXPECT_FLOAT_EQ(st().clockmhz, 4.0f);
-    EXPECT_TRUE(act("menuhaltstopssimulation")->isChecked() && !act("menuenablelogging")->isChecked());
-    EXPECT_FALSE(act("menustop")->isEnabled() || act("menustep2")->isVisible());
+    EXPECT_TRUE(act("menuhaltstopssimulation")->isChecked() && !act("menuenablelogging")->isChecked() &&
+                !act("menustop")->isEnabled() && !act("menustep2")->isVisible());
     EXPECT_EQ(form->windowTitle() + "|" + act("menuabout")->text(), "Kelvane" + QString(18, ' ') + "|About Kelvane");
     // Rate, FF Power On Defaults, start address; the rate marked, A and PC. A rate outside the menu marks none.
     for (const auto& [rate, ff, address, panel] : {std::tuple{"4", "ON", "0", "000100|FF|0000"},
@@ -170,8 +169,7 @@ TEST_P(EveryRate, HaltAndStopEndTheRunWithOneMessage)
     for (int i = 0; i < 3 && rate == 1; ++i)
         step();
     EXPECT_EQ(look({"running", "loop", "qinstrukcija"}), "0|0|HLT");
-    EXPECT_FALSE(form->ultimatetimer()->isActive());
-    EXPECT_TRUE(statistics(0, 3));
+    EXPECT_TRUE(!form->ultimatetimer()->isActive() && statistics(0, 3));
     if (rate == 1)
         return;
     load(endlessloop);
@@ -182,8 +180,7 @@ TEST_P(EveryRate, HaltAndStopEndTheRunWithOneMessage)
     });
     startat(rate);
     EXPECT_EQ(look({"running", "loop", "qinst"}), "0|0|" + std::to_string(st().instructioncount));
-    EXPECT_TRUE(st().stoprequest);
-    EXPECT_EQ(messages.size(), 2u);
+    EXPECT_TRUE(st().stoprequest && messages.size() == 2) << messages.size();
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, EveryRate, ::testing::Values(1, 2, 3, 4, 5, 6));
@@ -226,8 +223,7 @@ TEST_F(Form1Test, StepByStepEndsTheLoopAndAnotherRateResumesItInsideItsHandler)
     load(endlessloop);
     later(80, [this] { act("menuspeed1")->trigger(); });
     startat(5);
-    EXPECT_EQ(look({"running", "loop"}), "1|0");
-    EXPECT_TRUE(act("menustep2")->isVisible());
+    EXPECT_EQ(look({"running", "loop"}) + std::to_string(act("menustep2")->isVisible()), "1|01");
     const long paused = st().instructioncount;
     step();
     EXPECT_EQ(st().instructioncount, paused + 1);
@@ -312,10 +308,7 @@ TEST_P(ResetInLoop, RestartsFromTheStartAtTheSameRate)
     startat(5);
     EXPECT_TRUE(looping && !st().resetrequest);
     EXPECT_EQ(std::pair(st().simrate, messages.size()), std::pair(5, size_t(1)));
-    const QList<QByteArray> lines = filelines(form->simlog().path());
-    const auto row = std::find(lines.begin(), lines.end(), QByteArray("RESET\r"));
-    ASSERT_TRUE(row != lines.end() && row + 1 != lines.end());
-    EXPECT_TRUE((row + 1)->startsWith("1      0000  DCX B")) << (row + 1)->constData();
+    EXPECT_TRUE(filelines(form->simlog().path()).join('\n').contains("\nRESET\r\n1      0000  DCX B"));
     EXPECT_EQ(viewed.size(), 1u); // the log opens in the text viewer after the message
 }
 
@@ -328,8 +321,7 @@ TEST_F(Form1Test, StopWhileResetIsHeldEndsTheRunAtTheRelease)
     later(60, [this] { press(), later(60, [this] { stop(), later(60, [this] { release(); }); }); });
     startat(5);
     EXPECT_TRUE(QTest::qWaitFor([] { return !st().running; }, 5000));
-    EXPECT_FALSE(st().resetinprogress);
-    EXPECT_TRUE(messages.size() == 1 && statistics(0, 0));
+    EXPECT_TRUE(!st().resetinprogress && messages.size() == 1 && statistics(0, 0));
 }
 
 TEST_F(Form1Test, IoLogGetsResetLinesAndTwoEmptyLinesAtStop)
@@ -347,7 +339,6 @@ TEST_F(Form1Test, IoLogGetsResetLinesAndTwoEmptyLinesAtStop)
     EXPECT_TRUE(lines[0].endsWith("\t0000H: OUT 07H\tData FFH sent to port 07H\r"));
     EXPECT_TRUE(lines[2].contains("sent to port 07H"));
     EXPECT_EQ(QList<QByteArray>{lines[1]} + lines.mid(3), (QList<QByteArray>{"RESET\r", "\r", "\r", ""}));
-    QFile::remove(QString::fromStdString(io));
 }
 
 TEST_F(Form1Test, DialogsInsideARun)
@@ -363,8 +354,7 @@ TEST_F(Form1Test, DialogsInsideARun)
         d->command1()->click();
     });
     startat(5);
-    EXPECT_EQ(look({"running", "step", "rates", "qa"}), "1|1|100000|07");
-    EXPECT_EQ(st().simrate, 1);
+    EXPECT_EQ(look({"running", "step", "rates", "qa"}) + std::to_string(st().simrate), "1|1|100000|071");
     // INTR asks again until the answer is good.
     step(); // EI
     std::vector<QString> prompts;

@@ -36,9 +36,8 @@ TEST(Keyboard, EachKeyGivesItsCodeAndClosesAndSmallLettersAreStored)
     EXPECT_EQ(regread("Keyboard Small Letters"), "1");
     EXPECT_EQ(keyboard.key(0)->text() + keyboard.key(26)->text(), QStringLiteral("q1"));
     AsciiKeyboard again(st); // the next one opens with the stored box
-    EXPECT_TRUE(again.check1()->isChecked());
     again.key(10)->click();
-    EXPECT_EQ(st.invalue, 'a');
+    EXPECT_TRUE(again.check1()->isChecked() && st.invalue == 'a');
     keyboard.command1()->click();
     EXPECT_EQ(keyboard.result(), QDialog::Rejected);
     regwrite("Keyboard Small Letters", "0");
@@ -64,7 +63,8 @@ TEST(EntryDialogs, AWrongEntryStaysAndAGoodOneCloses)
         EXPECT_EQ(driver.titles[0], QString::fromLatin1(programtitle));
         dialog->text1()->setText(QStringLiteral("c"));
         dialog->command1()->click();
-        EXPECT_EQ(std::tuple(st.invalue, dialog->result(), dialog->isVisible()), std::tuple(0x0C, int(QDialog::Accepted), false));
+        EXPECT_EQ(std::tuple(st.invalue, dialog->result(), dialog->isVisible()),
+                  std::tuple(0x0C, int(QDialog::Accepted), false));
     }
 }
 
@@ -102,7 +102,7 @@ TEST(InDialog, TheAnswerAndTheTickedBoxActAfterTheInstruction)
         void menuspeed1(MachineState& st) override { ++rateswitches, MachineHooks::menuspeed1(st); }
     };
     // Clicks on the check box, and Enter with "a5" or the dialog closed.
-    for (const std::pair<int, bool> c : {std::pair{1, true}, std::pair{2, true}, std::pair{0, true}, std::pair{1, false}}) {
+    for (const std::pair<int, bool> c : {std::pair{1, true}, {2, true}, {0, true}, {1, false}}) {
         const auto [clicks, enter] = c;
         SCOPED_TRACE(std::to_string(clicks) + (enter ? " enter" : " closed"));
         MachineState st;

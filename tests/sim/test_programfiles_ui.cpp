@@ -95,7 +95,7 @@ TEST_F(FileMenuFixture, IntelHexUnderTheSecondFilterLoadsWithAllItsResets)
     for (int filter : {1, 3}) {
         chosenfilter = filter;
         ASSERT_TRUE(menuload_Click(*st, &caller, hooks)) << filter;
-        EXPECT_EQ(std::pair(st->programsize, st->mem[0]), std::pair(int32_t(hexprogram.size()), int32_t(':'))) << filter;
+        EXPECT_EQ(std::pair(st->programsize, st->mem[0]), std::pair(int32_t(hexprogram.size()), int32_t(':')));
     }
     EXPECT_EQ(calls, "-cmb+-c+-c+");
 }
@@ -146,7 +146,7 @@ TEST_F(FileMenuFixture, SavesUnderTheFormatsExtensionAndReplacesAFileOnlyOnYes)
     answeryes = false;
     choose(dir.at("prog.v1.txt"), 2); // the name is cut at its first point
     EXPECT_FALSE(menusave_Click(*st, &caller, hooks));
-    EXPECT_EQ(questions, std::vector<QString>{QString::fromStdString("Do you want to overwrite existing file " + target + "?")});
+    EXPECT_EQ(questions, std::vector{QString::fromStdString("Do you want to overwrite existing file " + target + "?")});
     EXPECT_EQ(calls + slurp(target), "old contents");
     answeryes = true;
     test::DialogDriver driver;

@@ -12,20 +12,15 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 
 using namespace kelvane;
 
-namespace {
-
-std::string stored(const std::string& name)
+static std::string stored(const std::string& name)
 {
     QSettings s(QSettings::NativeFormat, QSettings::UserScope, settingsname);
     return s.value(QString::fromStdString(name)).toString().toStdString();
 }
-
-} // namespace
 
 TEST(LeadingNumber, TakesTheLongestLeadingNumber)
 {
@@ -56,8 +51,7 @@ TEST(Settings, AFirstStartCreatesEveryValueWithItsDefault)
     for (size_t i = 0; i < settingscount; ++i)
         EXPECT_TRUE(names.insert(settingstable[i].name).second) << settingstable[i].name;
     const std::string app = apppath();
-    EXPECT_TRUE(QDir(QString::fromStdString(app)).exists());
-    EXPECT_EQ(settingdefault("Tasm Path"), app + "tasm.exe");
+    EXPECT_TRUE(QDir(QString::fromStdString(app)).exists() && settingdefault("Tasm Path") == app + "tasm.exe");
     MachineState st;
     readoptions(st);
     presetpositions();
@@ -68,8 +62,8 @@ TEST(Settings, AFirstStartCreatesEveryValueWithItsDefault)
         regread(name);
     for (size_t i = 0; i < settingscount; ++i)
         EXPECT_EQ(stored(settingstable[i].name), settingdefault(settingstable[i].name)) << settingstable[i].name;
-    EXPECT_EQ(st.lastpath + st.optlogging + st.opthalt + st.optffdefaults + st.optinprompt + st.optinlog + st.optconfirm,
-              app + "OFFONONONOFFOFF");
+    EXPECT_EQ(st.lastpath + st.optlogging + st.opthalt + st.optffdefaults + st.optinprompt + st.optinlog +
+                  st.optconfirm, app + "OFFONONONOFFOFF");
     EXPECT_EQ(std::pair(st.clockmhz, st.startaddress), std::pair(4.0f, 0));
     // Numbers go through the leading-number conversion; a folder gets its separator.
     regwrite("Clock Frequency", "2.5 MHz");
@@ -116,8 +110,6 @@ TEST(Options, TheInputBoxesAnswers)
         int refreshes = 0;
         void ekran(MachineState&) override { ++refreshes; }
     };
-    const std::map<QString, std::string> setting = {
-        {"clock", "Clock Frequency"}, {"address", "Starting Address"}, {"ultimate", "Ultimate Timer"}};
     for (const QStringList& r : test::datatable("sim/options.txt")) {
         SCOPED_TRACE(r.join('|').toStdString());
         const QString answer = r[2].mid(1, r[2].size() - 2);
@@ -138,7 +130,9 @@ TEST(Options, TheInputBoxesAnswers)
         else
             message = applyultimateanswer(r[1] == "1", answer, &changed);
         EXPECT_EQ(message, r[3] == "-" ? QString() : r[3]);
-        EXPECT_EQ(QString::fromStdString(stored(setting.at(r[0]))), r[4]);
+        const char* setting =
+            r[0] == "clock" ? "Clock Frequency" : r[0] == "address" ? "Starting Address" : "Ultimate Timer";
+        EXPECT_EQ(QString::fromStdString(stored(setting)), r[4]);
         EXPECT_EQ(changed, r[5] == "1");
         EXPECT_FLOAT_EQ(st.clockmhz, r[0] == "clock" ? r[4].toFloat() : 4.0f);
         // A new address runs clean at once: pc on it, registers reset, the panel redrawn.
