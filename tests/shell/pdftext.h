@@ -1,5 +1,5 @@
-// Reads a printed PDF back for tests (pdftotext -bbox): the pages as text lines, columns and empty
-// lines restored from the words' positions, for fixed-pitch text whose lines are as high as the
+// Reads a printed PDF back for tests: the pages as text lines, columns and empty lines restored
+// from the words' positions (pdftotext -bbox) for fixed-pitch text whose lines are as high as the
 // font and whose every page has a line at the left margin.
 #pragma once
 #include <QProcess>
@@ -19,12 +19,12 @@ inline std::vector<QStringList> pdfpages(const QString& pdf)
     tool.waitForFinished(60000);
     const QRegularExpression item(QStringLiteral("<page |<word xMin=\"([\\d.]+)\" yMin=\"([\\d.]+)\" "
                                                  "xMax=\"([\\d.]+)\" yMax=\"([\\d.]+)\">([^<]*)</word>"));
-    // The first word gives the pitches of a column and a row, and the top row; the leftmost word the margin.
-    double column = 0, row = 0, margin = 1e9, top = 0;
-    std::vector<std::map<long, std::map<double, QString>>> pages; // row, then the left edge of each word
+    // Each page's words by row and left edge; the first word gives the pitches of a row and a column.
+    std::vector<std::map<long, std::map<double, QString>>> pages;
+    double column = 0, row = 0, top = 0, margin = 1e9;
     for (auto it = item.globalMatch(QString::fromUtf8(tool.readAllStandardOutput())); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
-        if (m.captured(0).startsWith(QStringLiteral("<page")) || pages.empty()) {
+        if (m.captured(0).startsWith(QStringLiteral("<page"))) {
             pages.emplace_back();
             continue;
         }
@@ -40,16 +40,12 @@ inline std::vector<QStringList> pdfpages(const QString& pdf)
     }
     std::vector<QStringList> out;
     for (const auto& page : pages) {
-        QStringList lines;
+        QStringList& lines = out.emplace_back();
         for (const auto& [r, words] : page) {
-            while (lines.size() < r)
-                lines << QString();
-            QString text;
+            lines.resize(r + 1);
             for (const auto& [x, word] : words)
-                text = text.leftJustified(std::lround((x - margin) / column), QLatin1Char(' ')) + word;
-            lines << text;
+                lines[r] = lines[r].leftJustified(std::lround((x - margin) / column), QLatin1Char(' ')) + word;
         }
-        out.push_back(lines);
     }
     return out;
 }

@@ -1,5 +1,5 @@
-// The single-instance lock: a second holder is refused, a released or crashed holder frees it,
-// and a lock file left behind does not block.
+// The single-instance lock: a second holder is refused, a released or crashed holder frees it, a
+// lock file left behind does not block, and the program's own lock lives in the runtime folder.
 #include "sim/instancelock.h"
 
 #include <QTemporaryDir>
@@ -12,22 +12,21 @@
 
 using namespace kelvane;
 
-TEST(InstanceLock, SecondHolderIsRefusedUntilTheFirstLetsGoOrDies)
+TEST(InstanceLock, OneHolderAtATimeUntilItLetsGoOrDies)
 {
     QTemporaryDir dir;
-    const std::string path = dir.filePath(QStringLiteral("kelvane.lock")).toStdString();
+    const std::string path = dir.filePath(QStringLiteral("kelvane.lock")).toStdString(), other = path + ".2";
     std::ofstream(path) << "12345\n"; // a file left behind does not block
     auto first = std::make_unique<InstanceLock>();
     EXPECT_EQ(first->acquire(path), LockResult::acquired);
-    InstanceLock second;
+    InstanceLock second, third, nowhere;
     EXPECT_EQ(second.acquire(path), LockResult::busy);
     EXPECT_FALSE(second.held());
     first.reset();
     EXPECT_EQ(second.acquire(path), LockResult::acquired);
-    InstanceLock nowhere; // a folder that cannot hold the file is not a busy lock
+    // A folder that cannot hold the file is not a busy lock.
     EXPECT_EQ(nowhere.acquire("/nonexistent-folder-for-kelvane/kelvane.lock"), LockResult::unavailable);
     // A process that holds it and is killed, as a crash would end it, frees it.
-    const std::string other = path + ".2";
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
     const pid_t child = fork();
@@ -40,21 +39,15 @@ TEST(InstanceLock, SecondHolderIsRefusedUntilTheFirstLetsGoOrDies)
     }
     char ok = 0;
     EXPECT_TRUE(read(ready[0], &ok, 1) == 1 && ok == '1');
-    InstanceLock mine;
-    EXPECT_EQ(mine.acquire(other), LockResult::busy);
+    EXPECT_EQ(third.acquire(other), LockResult::busy);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_EQ(mine.acquire(other), LockResult::acquired);
+    EXPECT_EQ(third.acquire(other), LockResult::acquired);
     close(ready[0]);
     close(ready[1]);
-}
-
-TEST(InstanceLock, TheProgramsLockLivesInTheRuntimeFolder)
-{
-    const std::string path = instancelockpath();
-    EXPECT_EQ(path, qgetenv("XDG_RUNTIME_DIR").toStdString() + "/kelvane.lock");
+    // The program's own, held again in the same process.
+    EXPECT_EQ(instancelockpath(), qgetenv("XDG_RUNTIME_DIR").toStdString() + "/kelvane.lock");
     EXPECT_TRUE(acquireinstancelock());
-    EXPECT_TRUE(acquireinstancelock()); // again in the same process
-    InstanceLock other;
-    EXPECT_EQ(other.acquire(path), LockResult::busy);
+    EXPECT_TRUE(acquireinstancelock());
+    EXPECT_EQ(InstanceLock().acquire(instancelockpath()), LockResult::busy);
 }

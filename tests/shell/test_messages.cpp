@@ -121,7 +121,7 @@ TEST_F(MessageFixture, ConfirmChoosesByShowConfirmationsAndBoxesFitTheirTitle)
     EXPECT_EQ(driver.titles, std::vector<QString>{titletext()});
     // Wider than the box would make itself for the title (its own measure adds 50 pixels).
     EXPECT_GE(boxsize.width(), titlebarwidth(titletext()));
-    EXPECT_GT(titlebarwidth(titletext()), QFontMetrics(QApplication::font()).horizontalAdvance(titletext()) + 50);
+    EXPECT_GT(boxsize.width(), QFontMetrics(QApplication::font()).horizontalAdvance(titletext()) + 50);
     machinestate().optconfirm = "OFF";
     confirm(&caller, QStringLiteral("Please load program file first."));
     ASSERT_NE(MessageWindow::current(), nullptr);

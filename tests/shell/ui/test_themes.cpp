@@ -1,5 +1,5 @@
-// Colour themes read back from the windows' pixels: typed pairs on named controls under any style,
-// "Show Frames", every theme on every window, and walks of Change Color Theme by mouse and keys.
+// Colour themes read back from the windows' pixels: every theme on every window, typed pairs on named
+// controls under any style, "Show Frames", and walks of Change Color Theme by mouse and keys.
 #include "app/windows.h"
 #include "shell/about.h"
 #include "shell/help.h"
@@ -59,54 +59,45 @@ void use(const QString& name, int border = 1)
     QCoreApplication::processEvents();
 }
 
-// Every window of the program open at once (as the desktop's are, it is never deleted), the main
-// window with a small program loaded.
-struct Windows {
-    test::TempFolder folder;
-    std::unique_ptr<Form1> form;
-    std::vector<std::unique_ptr<QDialog>> dialogs;
-    QPointer<AboutWindow> about;
-
-    Windows()
-    {
+// Every window of the program open at once, as the desktop's are, the main window with a small
+// program loaded. The dialogs take the theme as they open, and the timed message window and About
+// (which closes itself once another window is activated, so it comes last) may have gone: anew.
+void reopen()
+{
+    static Form1* form = [] {
+        static test::TempFolder folder;
+        initialisestate(machinestate());
         machinestate().apppath = machinestate().lastpath = folder.at("");
         regwrite("Device 1", "ON");
         registerwindows();
-        (form = std::make_unique<Form1>())->show();
-        form->loadprogramfile(QString::fromStdString(folder.put("t.obj", std::string("\x31\x00\x20\x76", 4))));
+        auto* f = new Form1;
+        f->show();
+        f->loadprogramfile(QString::fromStdString(folder.put("t.obj", std::string("\x31\x00\x20\x76", 4))));
         test::BoxCloser boxes; // the Breakpoints Manager tells how it makes its listing
-        for (Tool t : {Tool::Form2, Tool::Form5, Tool::Form6, Tool::Form8, Tool::Form9, Tool::Form12, Tool::Form16,
-                       Tool::Form17, Tool::Form20, Tool::Form21, Tool::Form04, Tool::Form60})
+        for (Tool t : flaggedtools)
             toolrouter().show(t);
-        showhelp(form.get());
+        toolrouter().show(Tool::Form04);
+        toolrouter().show(Tool::Form60);
+        showhelp(f);
         // Frames that show only at their time: progress, and two forms of the Interactive Assembler.
         for (const char* w : {"Form6", "Form9"})
             window(w)->findChild<QWidget*>("Frame1")->show();
-        for (const char* f : {"Frame0", "Frame8"})
-            window("Form17")->findChild<QWidget*>(f)->show();
-        reopen();
-    }
-    // The dialogs take the theme as they open; the timed message window and About (which closes
-    // itself once another window is activated, so it comes last) may have gone: all anew.
-    void reopen()
-    {
-        dialogs.clear();
-        for (QDialog* d : std::initializer_list<QDialog*>{new InEntryDialog(machinestate(), 0x20, form.get()),
-                                                          new HexValueDialog(machinestate(), form.get()),
-                                                          new AsciiKeyboard(machinestate(), form.get())})
-            dialogs.emplace_back(d)->show();
-        toolrouter().show(Tool::Form15);
-        showmessage(form.get(), QStringLiteral("Memory cleared."));
-        delete about.data();
-        (about = new AboutWindow(form.get()))->show();
-        QCoreApplication::processEvents();
-    }
-};
-
-Windows& windows()
-{
-    static auto* w = (initialisestate(machinestate()), new Windows);
-    return *w;
+        for (const char* frame : {"Frame0", "Frame8"})
+            window("Form17")->findChild<QWidget*>(frame)->show();
+        return f;
+    }();
+    static std::vector<std::unique_ptr<QDialog>> dialogs;
+    static QPointer<AboutWindow> about;
+    dialogs.clear();
+    for (QDialog* d : std::initializer_list<QDialog*>{new InEntryDialog(machinestate(), 0x20, form),
+                                                      new HexValueDialog(machinestate(), form),
+                                                      new AsciiKeyboard(machinestate(), form)})
+        dialogs.emplace_back(d)->show();
+    toolrouter().show(Tool::Form15);
+    showmessage(form, QStringLiteral("Memory cleared."));
+    delete about.data();
+    (about = new AboutWindow(form))->show();
+    QCoreApplication::processEvents();
 }
 
 // A style that draws everything in its own standard colours, whatever a palette says.
@@ -128,98 +119,69 @@ struct PaletteBlindStyle : QProxyStyle {
     }
 };
 
-// The pairs of pairs.txt in a few themes on every window, read from their pictures, under the
-// program's style, another that honours palettes, and one that ignores them.
-TEST(Themes, NamedControlsShowTheirPairsUnderAnyStyle)
+// Every theme on every window, then two typed ones again under another style that honours palettes
+// and one that ignores them. A typed theme shows the pairs of pairs.txt on the named controls and
+// its window colour at the windows' edges. Under the program's style no window shows the style's
+// own window, base, button or highlight colour in a theme without it, and every text the table
+// of themes leaves open (buttons, menu bars, an open menu, the listing headers) reads at 4.5:1 or
+// more against the colour most of its inside has.
+TEST(Themes, EveryThemeOnEveryWindow)
 {
-    Windows& w = windows();
     const QString before = QApplication::style()->name();
-    const std::pair<const char*, QStyle*> cases[] = {{"Bricks Set", nullptr}, {"Mono Dark", nullptr},
-                                                     {"Owayke", nullptr},     {"Winamp Old", nullptr},
-                                                     {"Bricks Set", QStyleFactory::create("windows")},
-                                                     {"Mono Dark", new PaletteBlindStyle}};
-    for (const auto& [name, style] : cases) {
+    const QPalette standard = QApplication::style()->standardPalette();
+    std::vector<std::pair<const char*, QStyle*>> runs;
+    for (const char* name : themeoptions)
+        runs.emplace_back(name, nullptr);
+    runs.emplace_back("Bricks Set", QStyleFactory::create("windows"));
+    runs.emplace_back("Mono Dark", new PaletteBlindStyle);
+    reopen();
+    auto* menu = window("Form1")->findChild<QMenu*>("menu1");
+    const std::vector<QStringList> pairs = test::datatable("shell/pairs.txt");
+    for (const auto& [name, style] : runs) {
+        menu->hide();
         if (style)
             QApplication::setStyle(style);
-        const std::string under = " under " + QApplication::style()->name().toStdString();
         use(name);
-        w.reopen();
-        const std::vector<QRgb>& row = typed.at(name);
-        std::map<QString, std::unique_ptr<Picture>> pictures;
-        for (const QStringList& named : test::datatable("shell/pairs.txt")) {
-            const std::string where = (name + (", " + named[0]) + " " + named[1]).toStdString() + under;
-            QWidget* form = window(named[0]);
-            auto* control = form ? form->findChild<QWidget*>(named[1]) : nullptr;
-            ASSERT_NE(control, nullptr) << where;
-            auto& picture = pictures[named[0]];
-            if (!picture)
-                picture = std::make_unique<Picture>(form);
-            QRect area = picture->area(control);
-            if (qobject_cast<QGroupBox*>(control)) // a frame's own colours show around its caption
-                area.setHeight(control->fontMetrics().height() * picture->ratio);
-            const auto at =
-                static_cast<size_t>(1 + 2 * QStringList{"frame", "label", "value", "fixed", "note"}.indexOf(named[2]));
-            EXPECT_EQ(picture->dominant(area), row[at]) << where;
-            if (!(control->property("text").toString() + control->property("title").toString() +
-                  control->property("plainText").toString())
-                     .isEmpty())
-                EXPECT_GT(picture->count(area, row[at + 1], 24), 0) << where;
+        reopen();
+        menu->popup(QPoint(0, 0));
+        QCoreApplication::processEvents();
+        const std::string under = std::string(name) + " under " + QApplication::style()->name().toStdString();
+        std::map<QWidget*, Picture> pictures;
+        for (QWidget* top : QApplication::topLevelWidgets())
+            if (top->isVisible())
+                pictures.emplace(top, top);
+        if (const auto row = typed.find(name); row != typed.end()) {
+            for (const QStringList& named : pairs) {
+                const std::string where = under + ": " + (named[0] + " " + named[1]).toStdString();
+                QWidget* form = window(named[0]);
+                auto* control = form ? form->findChild<QWidget*>(named[1]) : nullptr;
+                ASSERT_NE(control, nullptr) << where;
+                const Picture& picture = pictures.at(form);
+                QRect area = picture.area(control);
+                if (qobject_cast<QGroupBox*>(control)) // a frame's own colours show around its caption
+                    area.setHeight(control->fontMetrics().height() * picture.ratio);
+                const QStringList kinds = {"frame", "label", "value", "fixed", "note"};
+                const auto at = static_cast<size_t>(1 + 2 * kinds.indexOf(named[2]));
+                EXPECT_EQ(picture.dominant(area), row->second[at]) << where;
+                const QString text = control->property("text").toString() + control->property("title").toString();
+                if (!(text + control->property("plainText").toString()).isEmpty())
+                    EXPECT_GT(picture.count(area, row->second[at + 1], 24), 0) << where;
+            }
+            // The window colour at the edge of the windows without a control there.
+            for (const char* form : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"}) {
+                const Picture& edge = pictures.at(window(form));
+                EXPECT_EQ(edge.pixel(1, edge.image.height() - 2), row->second[0]) << under << " " << form;
+            }
+            if (!style)
+                test::saveshot(window("Form1"), QStringLiteral("form1-") + name);
         }
-        for (const char* form : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"})
-            EXPECT_EQ(pictures.at(form)->pixel(1, pictures.at(form)->image.height() - 2), row[0]) << form << under;
-        if (!style)
-            test::saveshot(window("Form1"), QStringLiteral("form1-") + name);
-    }
-    QApplication::setStyle(before);
-}
-
-TEST(Themes, ShowFramesDrawsOrHidesTheFrameLinesAndNothingMoves)
-{
-    windows();
-    QWidget* form = window("Form1");
-    std::vector<QRect> geometry[2];
-    int lines[2] = {0, 0};
-    for (int border : {1, 0}) {
-        use("Bricks Set", border);
-        const Picture picture(form);
-        for (QWidget* c : form->findChildren<QWidget*>())
-            geometry[border].push_back(c->geometry());
-        // Down the left and right edges of each frame, below its caption and clear of its rounded corners:
-        // anything that is not the frame's colour.
-        for (int n = 1; n <= 7; ++n) {
-            const QRect area = picture.area(form->findChild<QWidget*>(QStringLiteral("Frame%1").arg(n)));
-            const int r = qRound(picture.ratio);
-            for (int y = area.top() + 24 * r; y <= area.bottom() - 8 * r; ++y)
-                for (int x : {area.left(), area.left() + r, area.right() - r, area.right()})
-                    lines[border] += picture.pixel(x, y) != typed.at("Bricks Set")[1];
-        }
-    }
-    EXPECT_GT(lines[1], 200);
-    EXPECT_EQ(lines[0], 0);
-    EXPECT_EQ(geometry[0], geometry[1]);
-}
-
-// No window shows the style's own window, base, button or highlight colour in a theme without it,
-// and every text the table of themes leaves open (buttons, menu bars, an open menu, the listing
-// headers) reads at 4.5:1 or more against the colour most of its inside has.
-TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
-{
-    Windows& w = windows();
-    const QPalette standard = QApplication::style()->standardPalette();
-    for (const char* name : themeoptions) {
-        use(name);
-        w.reopen();
+        if (style)
+            continue;
         const ThemeColors* c = themecolors(name);
         const uint32_t own[] = {c->windowback, c->frameback, c->frametext, c->labelback, c->labeltext, c->valueback,
                                 c->valuetext,  c->fixedback, c->fixedtext, c->noteback,  c->notetext};
-        auto* menu = window("Form1")->findChild<QMenu*>("menu1");
-        menu->popup(QPoint(0, 0));
-        QCoreApplication::processEvents();
-        for (QWidget* top : QApplication::topLevelWidgets()) {
-            if (!top->isVisible())
-                continue;
-            Picture picture(top);
-            const std::string where = std::string(name) + ": " + top->objectName().toStdString();
+        for (auto& [top, picture] : pictures) {
+            const std::string where = under + ": " + top->objectName().toStdString();
             // The editors and the Editor Setup's colour controls show the editors' own colours.
             for (auto* e : top->findChildren<SourceEditor*>())
                 picture.blank(e);
@@ -256,14 +218,41 @@ TEST(Themes, EveryThemeOnEveryWindowLeavesNoStyleColourAndKeepsOpenTextReadable)
                 EXPECT_GE(best, 4.5) << where << " " << o->objectName().toStdString() << " " << best;
             }
         }
-        menu->hide();
     }
+    menu->hide();
+    QApplication::setStyle(before);
+}
+
+TEST(Themes, ShowFramesDrawsOrHidesTheFrameLinesAndNothingMoves)
+{
+    reopen();
+    QWidget* form = window("Form1");
+    std::vector<QRect> geometry[2];
+    int lines[2] = {0, 0};
+    for (int border : {1, 0}) {
+        use("Bricks Set", border);
+        const Picture picture(form);
+        for (QWidget* c : form->findChildren<QWidget*>())
+            geometry[border].push_back(c->geometry());
+        // Down the left and right edges of each frame, below its caption and clear of its rounded corners:
+        // anything that is not the frame's colour.
+        for (int n = 1; n <= 7; ++n) {
+            const QRect area = picture.area(form->findChild<QWidget*>(QStringLiteral("Frame%1").arg(n)));
+            const int r = qRound(picture.ratio);
+            for (int y = area.top() + 24 * r; y <= area.bottom() - 8 * r; ++y)
+                for (int x : {area.left(), area.left() + r, area.right() - r, area.right()})
+                    lines[border] += picture.pixel(x, y) != typed.at("Bricks Set")[1];
+        }
+    }
+    EXPECT_GT(lines[1], 200);
+    EXPECT_EQ(lines[0], 0);
+    EXPECT_EQ(geometry[0], geometry[1]);
 }
 
 // Every control of Change Color Theme is a stop of Tab; the walks of walks.txt by mouse and keys.
 TEST(ChangeColorTheme, WalksOfClicksAndKeysEndingInSelectOrCancel)
 {
-    windows();
+    reopen();
     const auto mainwindowcolour = [] {
         const Picture p(window("Form1"));
         return p.pixel(2, p.image.height() - 3);
