@@ -1,6 +1,5 @@
-// Reads a printed PDF back for tests: the pages as text lines, columns and empty lines restored
-// from the words' positions (pdftotext -bbox) for fixed-pitch text whose lines are as high as the
-// font and whose every page has a line at the left margin.
+// Reads a printed PDF back for tests: the pages as text lines, from the words' positions (pdftotext
+// -bbox) of fixed-pitch text as high as its font, every page with a line at the left margin.
 #pragma once
 #include <QProcess>
 #include <QRegularExpression>

@@ -3,6 +3,7 @@
 #include "sim/instancelock.h"
 
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -27,24 +28,19 @@ TEST(InstanceLock, OneHolderAtATimeUntilItLetsGoOrDies)
     // A folder that cannot hold the file is not a busy lock.
     EXPECT_EQ(nowhere.acquire("/nonexistent-folder-for-kelvane/kelvane.lock"), LockResult::unavailable);
     // A process that holds it and is killed, as a crash would end it, frees it.
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
         InstanceLock lock;
-        (void)!write(ready[1], lock.acquire(other) == LockResult::acquired ? "1" : "0", 1);
+        while (lock.acquire(other) != LockResult::acquired)
+            usleep(1000);
         pause();
         _exit(0);
     }
-    char ok = 0;
-    EXPECT_TRUE(read(ready[0], &ok, 1) == 1 && ok == '1');
-    EXPECT_EQ(third.acquire(other), LockResult::busy);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return InstanceLock().acquire(other) == LockResult::busy; }, 5000));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     EXPECT_EQ(third.acquire(other), LockResult::acquired);
-    close(ready[0]);
-    close(ready[1]);
     // The program's own, held again in the same process.
     EXPECT_EQ(instancelockpath(), qgetenv("XDG_RUNTIME_DIR").toStdString() + "/kelvane.lock");
     EXPECT_TRUE(acquireinstancelock());

@@ -1,6 +1,5 @@
-// Printing into a PDF file read back with pdftotext: the page line and its two empty lines, tabs to
-// eight columns, long lines cut, page breaks, copies, the lost tail of a text without a final line
-// end; the printer font. The About and Help windows: their texts, Help's Print, About's closing.
+// Printing into a PDF file read back with pdftotext: page lines, tabs, long lines, page breaks,
+// copies, line ends, the printer font. The About and Help windows: their texts, Print and closing.
 #include "shell/about.h"
 #include "shell/help.h"
 #include "shell/printing.h"

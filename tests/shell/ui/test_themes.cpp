@@ -168,7 +168,8 @@ TEST(Themes, EveryThemeOnEveryWindow)
                     EXPECT_GT(picture.count(area, row->second[at + 1], 24), 0) << where;
             }
             // The window colour at the edge of the windows without a control there.
-            for (const char* form : {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"}) {
+            for (const char* form :
+                 {"Form2", "Form5", "Form8", "Form16", "Form17", "Form21", "Form15", "Form10", "Form18"}) {
                 const Picture& edge = pictures.at(window(form));
                 EXPECT_EQ(edge.pixel(1, edge.image.height() - 2), row->second[0]) << under << " " << form;
             }

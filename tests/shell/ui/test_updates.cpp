@@ -40,11 +40,9 @@ TEST(VersionLog, LongRunsAndTheTargetFromTheSetting)
     EXPECT_EQ(parsed(news + " 2.55" + std::string(100000, '\n') + "x"), head + "News in 2.55\r\n\r\nx");
     EXPECT_EQ(parsed(news + " 2.55" + std::string(100000, '<') + "x"), head + "News in 2.55");
     // The setting gives the host, the port and the Host line.
-    const std::pair<QString, QString> cases[] = {{"", site + " 80 " + site},
-                                                 {"127.0.0.1:8123", "127.0.0.1 8123 127.0.0.1:8123"},
-                                                 {"[::1]:8123", "::1 8123 [::1]:8123"},
-                                                 {"::1", "::1 80 ::1"},
-                                                 {"host:notaport", "host 80 host:notaport"}};
+    const std::pair<QString, QString> cases[] = {
+        {"", site + " 80 " + site}, {"127.0.0.1:8123", "127.0.0.1 8123 127.0.0.1:8123"}, {"::1", "::1 80 ::1"},
+        {"[::1]:8123", "::1 8123 [::1]:8123"}, {"host:notaport", "host 80 host:notaport"}};
     for (const auto& [setting, expected] : cases) {
         const UpdateTarget t = updatetarget(setting);
         EXPECT_EQ(t.host + " " + QString::number(t.port) + " " + t.hostline, expected);
