@@ -129,10 +129,10 @@ TEST(Options, TheInputBoxesAnswers)
             message = applyaddressanswer(st, hooks, answer, &changed);
         else
             message = applyultimateanswer(r[1] == "1", answer, &changed);
-        EXPECT_EQ(message, r[3] == "-" ? QString() : r[3]);
+        EXPECT_EQ(message.toStdString(), r[3] == "-" ? "" : r[3].toStdString());
         const char* setting =
             r[0] == "clock" ? "Clock Frequency" : r[0] == "address" ? "Starting Address" : "Ultimate Timer";
-        EXPECT_EQ(QString::fromStdString(stored(setting)), r[4]);
+        EXPECT_EQ(stored(setting), r[4].toStdString());
         EXPECT_EQ(changed, r[5] == "1");
         EXPECT_FLOAT_EQ(st.clockmhz, r[0] == "clock" ? r[4].toFloat() : 4.0f);
         // A new address runs clean at once: pc on it, registers reset, the panel redrawn.
