@@ -14,8 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 using namespace kelvane;
 
 namespace {
@@ -119,9 +117,8 @@ TEST_F(MessageFixture, ConfirmChoosesByShowConfirmationsAndBoxesFitTheirTitle)
     EXPECT_EQ(driver.texts.size(), 1u);
 }
 
-// A click on the message text asks for the duration: each answer as messageduration reads it, then
-// stored and used (the 4 there was where it is refused). In the last the time runs out while the box
-// is open: the window goes after the answer.
+// A click on the text asks for the duration: each answer read, stored and used (4 stays where it is
+// refused). In the last the time runs out while the box is open: the window goes after the answer.
 TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
 {
     const struct {
@@ -167,31 +164,26 @@ TEST_F(MessageFixture, AClickOnTheTextAsksForTheDurationAndStoresIt)
 TEST(AlwaysOnTop, ReleasingOneKeepsTheOthersThatAskedOnTop)
 {
     MachineState& st = machinestate();
-    QWidget windows[3]; // the memory editor, the devices, the ports editor
+    QWidget w[3]; // the memory editor, the devices, the ports editor
     QCheckBox* checks[3];
     for (int i = 0; i < 3; ++i) {
-        checks[i] = new QCheckBox(QStringLiteral("Always On Top"), &windows[i]);
-        connectalwaysontop(std::array{2, 5, 20}[i], &windows[i], checks[i]);
-        windows[i].show();
+        checks[i] = new QCheckBox(QStringLiteral("Always On Top"), &w[i]);
+        connectalwaysontop(std::array{2, 5, 20}[i], &w[i], checks[i]);
+        w[i].show();
     }
-    const auto tops = [&] {
-        std::string s;
-        for (QWidget& w : windows)
-            s += istopmost(&w) ? '1' : '0';
-        return s;
-    };
+    const auto tops = [&] { return istopmost(&w[0]) * 100 + istopmost(&w[1]) * 10 + istopmost(&w[2]); };
     st.Form2 = st.Form5 = st.Form20 = true;
     checks[0]->setChecked(true);
     checks[1]->setChecked(true);
-    EXPECT_EQ(tops(), "110");
-    windows[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
+    EXPECT_EQ(tops(), 110);
+    w[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
     checks[1]->setChecked(false);
-    EXPECT_EQ(tops(), "100");
-    EXPECT_TRUE(windows[1].isVisible());
-    windows[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
+    EXPECT_EQ(tops(), 100);
+    EXPECT_TRUE(w[1].isVisible());
+    w[0].setWindowFlag(Qt::WindowStaysOnTopHint, false);
     st.Form2 = false;
     checks[2]->setChecked(true);
     checks[2]->setChecked(false);
-    EXPECT_EQ(tops(), "000");
+    EXPECT_EQ(tops(), 0);
     st.Form2 = st.Form5 = st.Form20 = false;
 }

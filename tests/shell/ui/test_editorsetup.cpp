@@ -27,9 +27,8 @@ std::string stored()
 {
     QSettings s(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(settingsname));
     QStringList lines;
-    for (const QString& key : s.allKeys())
-        if (key.startsWith(QLatin1String("A ")) || key.startsWith(QLatin1String("C ")))
-            lines << key + QLatin1Char('=') + s.value(key).toString();
+    for (const QString& key : s.allKeys().filter(QRegularExpression(QStringLiteral("^[AC] "))))
+        lines << key + QLatin1Char('=') + s.value(key).toString();
     lines.sort();
     return lines.join(QLatin1Char('\n')).toStdString() + "\n";
 }
@@ -157,8 +156,7 @@ TEST_F(EditorSetup, SaveWritesAllDefaultsThenCancelWritesNothingKeysReachEveryth
     EXPECT_EQ(stored(), saved);
 }
 
-// A setting reaches an editor when its window opens again: the assembler's font and keyword
-// colour, the BASIC editor's comment space, ASM colour and procedure separator.
+// A setting reaches an editor when its window opens again (font, colours, comment space, separator).
 TEST_F(EditorSetup, EditorsTakeTheirSettingsWhenOpenedAgain)
 {
     const auto assembler = [] {

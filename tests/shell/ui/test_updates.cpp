@@ -13,6 +13,7 @@
 #include <QTest>
 
 #include "tests/common/shot.h"
+#include "tests/common/tempfolder.h"
 #include "tests/common/windowtest.h"
 
 namespace kelvane {
@@ -23,9 +24,7 @@ const QString title = QStringLiteral("Kelvane Version Log File\r\n\r\n");
 
 QByteArray datafile(const QString& name)
 {
-    QFile file(QStringLiteral(KELVANE_TEST_DATA "/updates/") + name);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
-    return file.readAll();
+    return QByteArray::fromStdString(test::slurp(KELVANE_TEST_DATA "/updates/" + name.toStdString()));
 }
 
 std::string parsed(const std::string& raw)
@@ -65,12 +64,7 @@ protected:
         hostline = "127.0.0.1:" + QByteArray::number(server.serverPort());
         (form = new Form60)->show();
     }
-    void TearDown() override
-    {
-        if (form)
-            form->close();
-        QTest::qWait(0);
-    }
+    void TearDown() override { delete form.data(); }
     bool waitrequest()
     {
         return QTest::qWaitFor([this] { return request.endsWith("\r\n\r\n"); }, 5000) &&
