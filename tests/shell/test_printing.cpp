@@ -45,8 +45,8 @@ TEST(Printing, PagesAsTheyComeOut)
         std::vector<QStringList> pages;
     } cases[] = {
         {"a\r\nb\r\n", 1, {page({"a", "b"})}}, {"a\nb\n", 1, {page({"a", "b"})}}, {"x\r\n", 0, {page({"x"})}},
-        {"\tX\r\nAB\tC\r\n1234567\tD\r\n12345678\tE\r\n", 1,
-         {page({"        X", "AB      C", "1234567 D", "12345678        E"})}},
+        {"\tX\r\nABCDE\tC\r\n1234567\tD\r\n12345678\tE\r\n", 1,
+         {page({"        X", "ABCDE   C", "1234567 D", "12345678        E"})}},
         {"", 1, {QStringList{"Page 1          t.asm"}}},
         {"a\r\nb", 1, {page({"a"})}}, // the tail without a line end is lost
         {printabletext(QStringLiteral("a\nb")), 1, {page({"a", "b"})}},
