@@ -212,7 +212,7 @@ TEST_F(Form12Test, AFolderGoneABinaryFileTheEditMenuAndThePosition)
 
     // A right click, and the Menu key as the window system tells it.
     for (const auto reason : {QContextMenuEvent::Mouse, QContextMenuEvent::Keyboard}) {
-        QContextMenuEvent event(reason, QPoint(20, 20));
+        QContextMenuEvent event(reason, QPoint(20, 20), editor()->viewport()->mapToGlobal(QPoint(20, 20)));
         QCoreApplication::sendEvent(editor()->viewport(), &event);
         EXPECT_TRUE(w->menu("menu2")->isVisible()) << reason;
         w->menu("menu2")->hide();
