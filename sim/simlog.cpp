@@ -40,6 +40,8 @@ bool SimLog::open(const std::string& folder)
     puttext("No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ");
     puttext("");
     for (Block& b : blocks_) {
+        if (!b.entries)
+            b.entries = std::make_unique<Entry[]>(entrycount);
         b.fill = 0;
         b.text.clear();
     }

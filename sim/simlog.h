@@ -56,9 +56,11 @@ private:
         LogRowValues values;
         int32_t linelength; // -1: a row; otherwise a line whose bytes stand in the block's text
     };
-    static constexpr size_t entrycount = blocksize / sizeof(Entry);
+    // Blocks of 16 MiB of values: the run hands one over every few milliseconds, not every few
+    // hundred microseconds, so the threads seldom wait on each other. Made at the first open.
+    static constexpr size_t entrycount = 16 * blocksize / sizeof(Entry);
     struct Block {
-        std::unique_ptr<Entry[]> entries{new Entry[entrycount]};
+        std::unique_ptr<Entry[]> entries;
         size_t fill = 0;
         std::string text;
     };
