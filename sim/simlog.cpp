@@ -24,13 +24,23 @@ SimLog::SimLog() : out_(new char[blocksize]) {}
 SimLog::~SimLog()
 {
     closefile();
+    if (remover_.joinable())
+        remover_.join();
 }
 
 bool SimLog::open(const std::string& folder)
 {
     closefile();
     path_ = folder + "log.txt";
-    std::remove(path_.c_str()); // an old log goes; a failure to delete is no matter
+    // An old log goes; a failure to delete is no matter. Moved aside at once and deleted by a
+    // thread of its own: a log of gigabytes takes a good part of a second to delete.
+    if (remover_.joinable())
+        remover_.join();
+    const std::string old = folder + ".log.txt.old";
+    if (std::rename(path_.c_str(), old.c_str()) == 0)
+        remover_ = std::thread([old] { std::remove(old.c_str()); });
+    else
+        std::remove(path_.c_str());
     fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd_ < 0)
         return false;

@@ -77,6 +77,7 @@ private:
     bool open_ = false;
 
     std::thread writer_;
+    std::thread remover_; // deletes the old log beside the run (a big file takes a while)
     std::mutex mutex_;
     std::condition_variable changed_;
     const Block* queued_ = nullptr; // handed over, not yet written
