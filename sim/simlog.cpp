@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kelvane {
@@ -37,7 +38,8 @@ bool SimLog::open(const std::string& folder)
     if (remover_.joinable())
         remover_.join();
     const std::string old = folder + ".log.txt.old";
-    if (std::rename(path_.c_str(), old.c_str()) == 0)
+    struct stat info {};
+    if (::lstat(path_.c_str(), &info) == 0 && S_ISREG(info.st_mode) && std::rename(path_.c_str(), old.c_str()) == 0)
         remover_ = std::thread([old] { std::remove(old.c_str()); });
     else
         std::remove(path_.c_str());
