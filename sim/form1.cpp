@@ -1083,8 +1083,7 @@ void Form1::ultimateslice()
     const auto deadline = clock::now() + std::chrono::milliseconds(12);
     // The tool windows show what the machine holds at their next paint, which comes only in the
     // pump below: within the slice they are told once, after its last instruction, not after each.
-    // Nothing inside the slice opens or closes a window, so the flag is the same afterwards.
-    const bool tools = hk.toolsopen;
+    // The router works the flag out again afterwards.
     hk.toolsopen = false;
     for (;;) {
         // runsteps ends early after an instruction that leaves the Ultimate rate, Stop or RESET.
@@ -1095,8 +1094,8 @@ void Form1::ultimateslice()
         if (clock::now() >= deadline)
             break;
     }
-    hk.toolsopen = tools;
-    if (tools)
+    toolrouter().recompute();
+    if (hk.toolsopen)
         hk.toolrefresh(st);
     pump(1);
 }
