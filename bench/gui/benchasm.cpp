@@ -5,6 +5,7 @@
 // usage: kelvane_bench_asm GOOD.asm ERRORS.asm WORD COUNT OUTFOLDER
 //   GOOD.asm assembles without errors, ERRORS.asm has errors, WORD occurs COUNT times in ERRORS.asm.
 #include "assembler/ui/form6.h"
+#include "bench/gui/measure.h"
 #include "core/machine.h"
 #include "shell/printing.h"
 #include "shell/sourceeditor.h"
@@ -34,13 +35,9 @@
 #include <vector>
 
 using namespace kelvane;
+using bench::ms;
 
 namespace {
-
-double ms(const QElapsedTimer& t)
-{
-    return static_cast<double>(t.nsecsElapsed()) / 1e6;
-}
 
 struct Stats {
     double p50 = 0, p99 = 0, worst = 0;

@@ -27,13 +27,9 @@
 #include <vector>
 
 using namespace kelvane;
+using bench::ms;
 
 namespace {
-
-double ms(const QElapsedTimer& t)
-{
-    return static_cast<double>(t.nsecsElapsed()) / 1e6;
-}
 
 // Times `action` followed by a synchronous paint of the editor, `count` times.
 std::vector<double> timed(SourceEditor* ed, int count, const std::function<void()>& action)

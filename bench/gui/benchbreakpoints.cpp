@@ -7,6 +7,7 @@
 //  4. rate 6 with ten breakpoints until one matches: speed, and the state at the stop printed for
 //     the comparison with `kelvane-cli run --trace` that run-bench-breakpoints.sh makes.
 // usage: kelvane_bench_breakpoints WORKDIR [SECONDS] [OUTER]
+#include "bench/gui/measure.h"
 #include "core/execute.h"
 #include "core/hexutil.h"
 #include "core/machine.h"
@@ -26,7 +27,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -40,13 +40,6 @@ namespace {
 QElapsedTimer benchclock;
 
 // Seconds of processor time of the process (steadier than the wall clock on a busy machine).
-double cpuseconds()
-{
-    timespec t{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
-}
-
 void writeobj(const std::string& path, const std::vector<uint8_t>& bytes)
 {
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
@@ -196,10 +189,10 @@ RunFigures runfor(Form1& form, int rate, double seconds, PaintWatch& watch)
         if (seconds > 0)
             QTimer::singleShot(static_cast<int>(seconds * 1000), [&] { form.action("menustop")->trigger(); });
         begin = benchclock.elapsed();
-        cpubegin = cpuseconds();
+        cpubegin = bench::processorseconds();
         form.action("menustart")->trigger();
         end = benchclock.elapsed();
-        cpuend = cpuseconds();
+        cpuend = bench::processorseconds();
     });
     const double elapsed = static_cast<double>(end - begin) / 1000.0;
     f.rate = st.instructioncount / elapsed;

@@ -23,13 +23,9 @@
 #include <vector>
 
 using namespace kelvane;
+using bench::ms;
 
 namespace {
-
-double ms(const QElapsedTimer& t)
-{
-    return static_cast<double>(t.nsecsElapsed()) / 1e6;
-}
 
 // The moments a widget was painted.
 class PaintTimes : public QObject {

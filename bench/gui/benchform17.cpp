@@ -26,15 +26,11 @@
 #include <vector>
 
 using namespace kelvane;
+using bench::ms;
 
 namespace {
 
 constexpr int targetrows = 20000;
-
-double ms(const QElapsedTimer& t)
-{
-    return static_cast<double>(t.nsecsElapsed()) / 1e6;
-}
 
 int formindex(Form17& w, const char* caption)
 {
