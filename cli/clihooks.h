@@ -17,7 +17,7 @@ public:
     void logrow(const MachineState& st, int32_t address) override
     {
         char row[logrowmax + 1];
-        char* end = putlogrow(row, st, address);
+        char* end = rows_.put(row, st, address);
         *end++ = '\n';
         out_.append(row, end);
         maybeflush();
@@ -55,6 +55,7 @@ public:
     }
 
 private:
+    LogRowComposer rows_;
     void maybeflush()
     {
         if (out_.size() >= (1u << 16))

@@ -694,9 +694,15 @@ namespace {
             hooks.ekran(st);
         }
     }
-    if (hooks.wantlog) {
-        freshenpanelvalues(st);
-        hooks.logrow(st, pc);
+    if (hooks.wantlog) { // the row shows neither f nor hlvalue: they stay for later
+        if (LogBlock* block = hooks.logblock; block != nullptr && block->room()) {
+            char* end = block->rows.putinline(block->at, st, pc);
+            end[0] = '\r';
+            end[1] = '\n';
+            block->at = end + 2;
+        }
+        else
+            hooks.logrow(st, pc);
     }
     if (anypending(st)) {
         freshenpanelvalues(st);
@@ -819,25 +825,17 @@ constexpr std::array<char, 64> blankrow = [] {
 
 char* putlogrow(char* out, const MachineState& st, int32_t address)
 {
-    LogRowValues v;
-    takelogrow(v, st, address);
-    return putlogrow(out, v);
-}
-
-char* putlogrow(char* out, const LogRowValues& st)
-{
-    const int32_t address = st.address;
     const int32_t flags[8] = {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy};
     uint32_t any = 0;
     for (int32_t fl : flags)
         any |= static_cast<uint32_t>(fl);
     const bool bitflags = (any & ~1u) == 0;
-    const auto count = static_cast<uint32_t>(st.count);
+    const auto count = static_cast<uint32_t>(st.instructioncount);
 
     // The usual row: 64 characters at fixed places over a row of blanks.
     if (bitflags && count < 10000000u) {
         std::memcpy(out, blankrow.data(), blankrow.size());
-        if (st.text.putfield(out + 13) == out + 29) {
+        if (st.lastinstruction.putfield(out + 13) == out + 29) {
             putcount(out, count);
             hex4(out + 7, address);
             hex2(out + 29, st.a);
@@ -862,13 +860,13 @@ char* putlogrow(char* out, const LogRowValues& st)
 
     // Any other: a count of eight digits or more or below 0, a longer text, flags beyond 0 and 1.
     std::memset(out, ' ', 8);
-    char* p = std::to_chars(out, out + 11, st.count).ptr;
+    char* p = std::to_chars(out, out + 11, st.instructioncount).ptr;
     if (p < out + 7)
         p = out + 7;
     p = hex4(p, address);
     *p++ = ' ';
     *p++ = ' ';
-    p = st.text.putfield(p);
+    p = st.lastinstruction.putfield(p);
     p = hex2(p, st.a);
     *p++ = ' ';
     for (int32_t fl : flags)
@@ -880,6 +878,84 @@ char* putlogrow(char* out, const LogRowValues& st)
         *p++ = ' ';
     }
     return hex4(p, st.sp);
+}
+
+void LogRowComposer::setcount(uint32_t count)
+{
+    // Mostly the last count and one: the last digit steps on, and the digits before it change
+    // only at a carry (a row in ten), so that reading them as a whole seldom waits on a write.
+    if (width_ > 0 && count == count_ + 1) {
+        count_ = count;
+        if (last_ != '9') {
+            ++last_;
+            return;
+        }
+        last_ = '0';
+        uint32_t i = width_ - 1;
+        while (i > 0 && digits_[i - 1] == '9')
+            digits_[--i] = '0';
+        if (i > 0) {
+            ++digits_[i - 1];
+            return;
+        }
+    }
+    std::memset(digits_, ' ', sizeof digits_);
+    width_ = static_cast<uint32_t>(std::to_chars(digits_, digits_ + sizeof digits_, count).ptr - digits_);
+    last_ = digits_[width_ - 1];
+    count_ = count;
+}
+
+char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
+{
+    return putinline(out, st, address);
+}
+
+[[gnu::always_inline]] inline char* LogRowComposer::putinline(char* out, const MachineState& st, int32_t address)
+{
+    const auto any = static_cast<uint32_t>(st.fs | st.fz | st.f5 | st.fac | st.f3 | st.fp | st.f1 | st.fcy);
+    if ((any & ~1u) != 0 || st.instructioncount < 0 || std::endian::native != std::endian::little)
+        return putlogrow(out, st, address);
+    const auto count = static_cast<uint32_t>(st.instructioncount);
+    if (count == count_ + 1 && last_ != '9' && width_ > 0) {
+        ++last_; // the usual next row: one more in the last digit
+        count_ = count;
+    } else if (count != count_ || width_ == 0) {
+        setcount(count);
+    }
+    // The count, filled with blanks to 7 characters; a longer one moves the rest of the row on.
+    std::memcpy(out, digits_, sizeof digits_);
+    out[width_ - 1] = last_;
+    char* row = out + (width_ > 7 ? width_ - 7 : 0);
+    const InstrText& text = st.lastinstruction;
+    if (text.isword()) {
+        if (text.putfield(row + 13) != row + 29)
+            return putlogrow(out, st, address); // a word longer than the field
+    } else {
+        Field& field = fields_[static_cast<size_t>(text.opcode())];
+        if (!field.text.sameas(text)) {
+            text.putfield(field.chars);
+            field.text = text;
+        }
+        std::memcpy(row + 13, field.chars, 16);
+    }
+    hex4(row + 7, address);
+    row[11] = ' ';
+    row[12] = ' ';
+    hex2(row + 29, st.a);
+    row[31] = ' ';
+    const uint64_t flags = 0x3030303030303030u + static_cast<uint64_t>(st.fs) + (static_cast<uint64_t>(st.fz) << 8) +
+                           (static_cast<uint64_t>(st.f5) << 16) + (static_cast<uint64_t>(st.fac) << 24) +
+                           (static_cast<uint64_t>(st.f3) << 32) + (static_cast<uint64_t>(st.fp) << 40) +
+                           (static_cast<uint64_t>(st.f1) << 48) + (static_cast<uint64_t>(st.fcy) << 56);
+    std::memcpy(row + 32, &flags, 8);
+    std::memcpy(row + 40, blankrow.data(), 24);
+    hex2(row + 42, st.b);
+    hex2(row + 45, st.c);
+    hex2(row + 48, st.d);
+    hex2(row + 51, st.e);
+    hex2(row + 54, st.h);
+    hex2(row + 57, st.l);
+    return hex4(row + 60, st.sp);
 }
 
 } // namespace kelvane

@@ -2,6 +2,7 @@
 // routines, the power-on reset (`clean`, `clean1`), the log row and the cycle-time text.
 #pragma once
 #include "core/hooks.h"
+#include "core/logrow.h"
 #include "core/machine.h"
 
 #include <cstddef>
@@ -38,34 +39,6 @@ inline void setnextinstruction(MachineState& st)
     const auto pc = static_cast<size_t>(st.pc);
     st.nextinstruction.setnext(st.mem[pc], st.mem[pc + 1], st.mem[pc + 2]);
 }
-
-// The log row of the instruction (or accepted interrupt) at `address`, 64 characters for
-// counts below 10,000,000 (the count field has no padding from there on).
-std::string formatlogrow(const MachineState& st, int32_t address);
-// The same row written into `out`, which has room for logrowmax characters, without allocating;
-// returns the end (no line end is written).
-inline constexpr size_t logrowmax = 192;
-char* putlogrow(char* out, const MachineState& st, int32_t address);
-
-// What a log row shows, taken from the machine in a few copies, so that the row can be written
-// later (by the log file's writer) exactly as it would have been at once.
-struct LogRowValues {
-    int32_t count, address;
-    int32_t a, b, c, d, e, h, l; // in the machine's order
-    int32_t fs, fz, f5, fac, f3, fp, f1, fcy;
-    int32_t sp;
-    InstrText text;
-};
-inline void takelogrow(LogRowValues& v, const MachineState& st, int32_t address)
-{
-    v.count = st.instructioncount;
-    v.address = address;
-    v.a = st.a, v.b = st.b, v.c = st.c, v.d = st.d, v.e = st.e, v.h = st.h, v.l = st.l;
-    v.fs = st.fs, v.fz = st.fz, v.f5 = st.f5, v.fac = st.fac, v.f3 = st.f3, v.fp = st.fp, v.f1 = st.f1, v.fcy = st.fcy;
-    v.sp = st.sp;
-    v.text = st.lastinstruction;
-}
-char* putlogrow(char* out, const LogRowValues& v);
 
 // Cycles as microseconds text at clockmhz: "2.50 µs".
 std::string cycletime(int32_t cycles, float clockmhz);

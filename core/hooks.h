@@ -2,6 +2,7 @@
 // rows, interrupt buttons, rate switch, port prompts and devices, tool and module refresh, the
 // event pump). The GUI implements it in sim/, the headless runner in cli/.
 #pragma once
+#include "core/logrow.h"
 #include "core/machine.h"
 
 #include <cstdint>
@@ -16,8 +17,12 @@ public:
     virtual void ekran(MachineState& st) { composepanelvalues(st); }
 
     // Someone takes log rows (the log file is open, or the log viewer). When true, logrow is
-    // called after each instruction and each accepted interrupt; build the text with formatlogrow.
+    // called after each instruction and each accepted interrupt; build the text with a
+    // LogRowComposer (or formatlogrow). At Ultimate rate f and hlvalue may be stale here.
     bool wantlog = false;
+    // While set (and wantlog), instructions write their rows into this block themselves while it
+    // has room; logrow is called for a row that finds it full, and for accepted interrupts.
+    LogBlock* logblock = nullptr;
     virtual void logrow(const MachineState& st, int32_t address)
     {
         (void)st;

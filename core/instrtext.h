@@ -59,6 +59,13 @@ public:
     // True when the text is that of an executed opcode (HLT is 0x76).
     bool isexecuted(int32_t opcode) const { return kind_ == Kind::executed && (op_ & 0xFF) == opcode; }
     bool operator==(std::string_view s) const { return str() == s; }
+    // The same text held the same way: a word by its address, an instruction by kind and bytes.
+    bool sameas(const InstrText& o) const
+    {
+        return kind_ == o.kind_ && (kind_ == Kind::word ? word_ == o.word_ : op_ == o.op_ && b1_ == o.b1_ && b2_ == o.b2_);
+    }
+    bool isword() const { return kind_ == Kind::word; }
+    int32_t opcode() const { return op_ & 0xFF; }
 
 private:
     Kind kind_ = Kind::word;

@@ -142,14 +142,17 @@ void PanelHooks::ekran(MachineState& st)
 
 void PanelHooks::logrow(const MachineState& st, int32_t address)
 {
-    // The log's writer composes the file's row; the viewer's is composed here while it takes rows.
+    // The row is composed once: into the log's block when the file is open, and the viewer reads
+    // it there; otherwise here, for the viewer alone.
     SimLog& log = form_.simlog();
-    if (log.isopen())
-        log.row(st, address);
     ToolRouter& router = toolrouter();
-    if (router.viewertakes()) {
+    if (log.isopen()) {
+        const std::string_view row = log.row(st, address);
+        if (router.viewertakes())
+            router.logadd(row);
+    } else if (router.viewertakes()) {
         char row[logrowmax];
-        router.logadd(std::string_view(row, static_cast<size_t>(putlogrow(row, st, address) - row)));
+        router.logadd(std::string_view(row, static_cast<size_t>(viewerrows_.put(row, st, address) - row)));
     }
 }
 
@@ -1023,7 +1026,7 @@ void Form1::menustart_Click()
     st.starttimer = secondssincemidnight() - 0.01f;
     if (st.optlogging == "ON") {
         log_.open(st.apppath);
-        toolrouter().setlogfileopen(log_.isopen());
+        toolrouter().setlogfile(log_.isopen() ? &log_.block() : nullptr);
     }
     if (st.Form16)
         toolrouter().logclean();
@@ -1206,11 +1209,11 @@ void Form1::menustop_Click(bool fromloop)
 
     const std::string message = statisticsmessage(st, elapsed);
     const bool logged = st.optlogging == "ON" && log_.isopen();
+    toolrouter().setlogfile(nullptr);
     if (log_.isopen()) {
         const auto cut = message.rfind("\r\n");
         log_.close(elapsed, cut == std::string::npos ? message : message.substr(cut + 2));
     }
-    toolrouter().setlogfileopen(false);
     if (st.optinlog == "ON" && st.iologwritten)
         appendiolog(st, "\r\n\r\n");
     tell(message);

@@ -47,6 +47,7 @@ public:
 
 private:
     Form1& form_;
+    LogRowComposer viewerrows_; // the viewer's rows while no log file is open
 };
 
 class Form1 : public QMainWindow {

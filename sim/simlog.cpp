@@ -20,8 +20,6 @@ std::string logtimestamp()
     return stamp;
 }
 
-SimLog::SimLog() : out_(new char[blocksize]) {}
-
 SimLog::~SimLog()
 {
     closefile();
@@ -47,19 +45,16 @@ bool SimLog::open(const std::string& folder)
     if (fd_ < 0)
         return false;
     failed_ = false;
-    outfill_ = 0;
+    for (auto& b : blocks_)
+        if (!b)
+            b = std::make_unique<char[]>(blocksize);
+    handed_ = written_ = 0;
+    stopping_ = false;
+    block_.rows = LogRowComposer();
+    setblock(blocks_[0].get());
     puttext("Simulation started at " + logtimestamp() + ".");
     puttext("No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ");
     puttext("");
-    for (Block& b : blocks_) {
-        if (!b.entries)
-            b.entries = std::make_unique<Entry[]>(entrycount);
-        b.fill = 0;
-        b.text.clear();
-    }
-    current_ = &blocks_[0];
-    queued_ = nullptr;
-    stopping_ = false;
     writer_ = std::thread(&SimLog::writerloop, this);
     open_ = true;
     return true;
@@ -67,108 +62,86 @@ bool SimLog::open(const std::string& folder)
 
 void SimLog::line(std::string_view text)
 {
-    if (!open_)
-        return;
-    if (current_->fill == entrycount)
+    if (open_)
+        puttext(text);
+}
+
+void SimLog::setblock(char* b)
+{
+    current_ = b;
+    block_.at = b;
+    block_.end = b == nullptr ? nullptr : b + blocksize - (logrowmax + 2) + 1;
+}
+
+void SimLog::puttext(std::string_view text)
+{
+    // A line longer than a block goes out in pieces.
+    const auto left = [this] { return blocksize - static_cast<size_t>(block_.at - current_); };
+    while (!text.empty()) {
+        if (left() == 0)
+            handover();
+        const size_t n = std::min(text.size(), left());
+        block_.at = std::copy_n(text.data(), n, block_.at);
+        text.remove_prefix(n);
+    }
+    if (left() < 2)
         handover();
-    Entry& e = current_->entries[current_->fill++];
-    e.linelength = static_cast<int32_t>(text.size());
-    current_->text.append(text);
+    *block_.at++ = '\r';
+    *block_.at++ = '\n';
 }
 
 void SimLog::handover()
 {
     {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return queued_ == nullptr; });
-        queued_ = current_;
+        sizes_[handed_ % blockcount] = static_cast<size_t>(block_.at - current_);
+        ++handed_;
+        // The next block is free once the writer is done with what it held a round ago.
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return handed_ - written_ < blockcount; });
     }
-    changed_.notify_all();
-    // The writer is done with the other block: it was the one queued before.
-    current_ = current_ == &blocks_[0] ? &blocks_[1] : &blocks_[0];
-    current_->fill = 0;
-    current_->text.clear();
+    setblock(blocks_[handed_ % blockcount].get());
 }
 
 void SimLog::writerloop()
 {
     std::unique_lock lock(mutex_);
     for (;;) {
-        changed_.wait(lock, [this] { return queued_ != nullptr || stopping_; });
-        if (queued_ == nullptr)
+        changed_.wait(lock, [this] { return written_ < handed_ || stopping_; });
+        if (written_ == handed_)
             return; // stopping, and everything handed over is written
-        const Block* b = queued_;
+        const size_t i = written_ % blockcount;
         lock.unlock();
-        format(*b);
+        writeout(blocks_[i].get(), sizes_[i]);
         lock.lock();
-        queued_ = nullptr;
+        ++written_;
         changed_.notify_all();
     }
 }
 
-void SimLog::format(const Block& b)
-{
-    size_t textat = 0;
-    for (size_t i = 0; i < b.fill; ++i) {
-        const Entry& e = b.entries[i];
-        if (e.linelength >= 0) {
-            const auto n = static_cast<size_t>(e.linelength);
-            puttext(std::string_view(b.text).substr(textat, n));
-            textat += n;
-            continue;
-        }
-        if (outfill_ > blocksize - (logrowmax + 2))
-            writeout();
-        char* end = putlogrow(out_.get() + outfill_, e.values);
-        end[0] = '\r';
-        end[1] = '\n';
-        outfill_ = static_cast<size_t>(end + 2 - out_.get());
-    }
-}
-
-void SimLog::puttext(std::string_view text)
-{
-    // A line longer than a block goes out in pieces.
-    while (!text.empty()) {
-        if (outfill_ == blocksize)
-            writeout();
-        const size_t n = std::min(text.size(), blocksize - outfill_);
-        std::copy_n(text.data(), n, out_.get() + outfill_);
-        outfill_ += n;
-        text.remove_prefix(n);
-    }
-    if (outfill_ > blocksize - 2)
-        writeout();
-    out_[outfill_++] = '\r';
-    out_[outfill_++] = '\n';
-}
-
-void SimLog::writeout()
+void SimLog::writeout(const char* data, size_t size)
 {
     if (blocksink) {
-        blocksink(out_.get(), outfill_);
-    } else if (!failed_ && fd_ >= 0) {
-        const char* p = out_.get();
-        size_t left = outfill_;
-        while (left > 0) {
-            const ssize_t n = ::write(fd_, p, left);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0) {
-                failed_ = true; // a full disk or a lost device: the run goes on, unlogged
-                break;
-            }
-            p += n;
-            left -= static_cast<size_t>(n);
-        }
+        blocksink(data, size);
+        return;
     }
-    outfill_ = 0;
+    while (size > 0 && !failed_ && fd_ >= 0) {
+        const ssize_t n = ::write(fd_, data, size);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            failed_ = true; // a full disk or a lost device: the run goes on, unlogged
+            break;
+        }
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
 }
 
 void SimLog::closefile()
 {
     if (open_) {
-        if (current_->fill > 0)
+        if (block_.at != current_)
             handover();
         {
             std::lock_guard lock(mutex_);
@@ -178,12 +151,10 @@ void SimLog::closefile()
         writer_.join();
         open_ = false;
     }
-    if (fd_ >= 0) {
-        writeout();
+    if (fd_ >= 0)
         ::close(fd_);
-    }
     fd_ = -1;
-    outfill_ = 0;
+    setblock(nullptr);
 }
 
 void SimLog::close(const std::string& elapsed, const std::string& durationline)

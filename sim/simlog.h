@@ -1,10 +1,11 @@
 // The simulation log "log.txt" in the program's data folder: created at Start with its heading,
 // one row per instruction or accepted interrupt, the "RESET" lines, the footer at Stop. The run
-// only takes each row's values into a block; a writer thread of the log turns full blocks into
-// text and writes it out 1 MiB at a time, in order, so a row costs the run a few copies.
+// writes each row's text into a ring of 1 MiB blocks; a writer thread of the log writes full
+// blocks out in order, so the run never waits on the disk while a block is free.
 #pragma once
 #include "core/execute.h"
 
+#include <array>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -22,8 +23,11 @@ std::string logtimestamp();
 class SimLog {
 public:
     static constexpr size_t blocksize = size_t{1} << 20;
+    // Blocks in the ring: enough for the writer to fall behind for a while, few enough that
+    // the ring stays in the processor's shared cache.
+    static constexpr size_t blockcount = 8;
 
-    SimLog();
+    SimLog() = default;
     ~SimLog(); // a log still open (the program quit during a run) keeps what was written
     SimLog(const SimLog&) = delete;
     SimLog& operator=(const SimLog&) = delete;
@@ -32,15 +36,18 @@ public:
     // when the file can't be created: the run goes on without it.
     bool open(const std::string& folder);
     bool isopen() const { return open_; }
-    // One row of the machine as it stands (only while the log is open).
-    void row(const MachineState& st, int32_t address)
+    // One row of the machine as it stands (only while the log is open); returns the row's text,
+    // valid until the next call.
+    std::string_view row(const MachineState& st, int32_t address)
     {
-        if (current_->fill == entrycount)
+        if (!block_.room())
             handover();
-        Entry& e = current_->entries[current_->fill++];
-        takelogrow(e.values, st, address);
-        e.linelength = -1;
+        char* start = block_.at;
+        block_.put(st, address);
+        return {start, static_cast<size_t>(block_.at - 2 - start)};
     }
+    // The block the run may write rows into itself while the log is open (see MachineHooks).
+    LogBlock& block() { return block_; }
     // One line, ended by CR LF (only while the log is open).
     void line(std::string_view text);
     // The footer: stop time, elapsed seconds, real-time duration; then the file is closed.
@@ -52,40 +59,29 @@ public:
     std::function<void(const char* data, size_t size)> blocksink;
 
 private:
-    struct Entry {
-        LogRowValues values;
-        int32_t linelength; // -1: a row; otherwise a line whose bytes stand in the block's text
-    };
-    // Blocks of 16 MiB of values: the run hands one over every few milliseconds, not every few
-    // hundred microseconds, so the threads seldom wait on each other. Made at the first open.
-    static constexpr size_t entrycount = 16 * blocksize / sizeof(Entry);
-    struct Block {
-        std::unique_ptr<Entry[]> entries;
-        size_t fill = 0;
-        std::string text;
-    };
-
-    void handover();  // the current block to the writer; the run goes on in the other one
+    void puttext(std::string_view text); // into the current block, CR LF after it
+    void handover();                     // the current block to the writer; the run takes the next free one
+    void setblock(char* b);              // the run fills block b from its start
     void writerloop();
-    void format(const Block& b);
-    void puttext(std::string_view text); // into the text block, CR LF after it
-    void writeout();  // the text block to the file (or the sink)
+    void writeout(const char* data, size_t size); // to the file (or the sink)
     void closefile();
 
-    Block blocks_[2];
-    Block* current_ = &blocks_[0];
+    // The ring, made at the first open. Blocks [written_, handed_) wait for the writer; the run
+    // fills block handed_ % blockcount.
+    std::array<std::unique_ptr<char[]>, blockcount> blocks_;
+    std::array<size_t, blockcount> sizes_{};
+    char* current_ = nullptr; // the block being filled, up to block_.at
+    LogBlock block_;
     bool open_ = false;
 
     std::thread writer_;
     std::thread remover_; // deletes the old log beside the run (a big file takes a while)
     std::mutex mutex_;
     std::condition_variable changed_;
-    const Block* queued_ = nullptr; // handed over, not yet written
+    size_t handed_ = 0, written_ = 0;
     bool stopping_ = false;
 
     // Owned by the writer thread while it runs, by the caller otherwise.
-    std::unique_ptr<char[]> out_;
-    size_t outfill_ = 0;
     int fd_ = -1;
     bool failed_ = false; // a write failed (a full disk): the rest of the run is dropped
     std::string path_;

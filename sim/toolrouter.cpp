@@ -147,11 +147,14 @@ void ToolRouter::recompute()
     const ToolWindow* viewer = tool(Tool::Form16);
     viewertakes_ = viewer && viewer->takesrows();
     hooks.wantlog = logfileopen_ || viewertakes_;
+    // The viewer's rows are handed over one by one; otherwise the file's go straight in.
+    hooks.logblock = logfileopen_ && !viewertakes_ ? logblock_ : nullptr;
 }
 
-void ToolRouter::setlogfileopen(bool open)
+void ToolRouter::setlogfile(LogBlock* block)
 {
-    logfileopen_ = open;
+    logfileopen_ = block != nullptr;
+    logblock_ = block;
     recompute();
 }
 

@@ -116,11 +116,13 @@ public:
     // Form1's unload: closes the open tool windows in the order of flaggedtools, then the rest.
     void unloadall();
 
-    // Recomputes toolsopen and wantlog of the machine's hooks (a window opened or closed, a
-    // refresh option toggled, the log file opened or closed, the viewer's room changed: the
-    // viewer calls it whenever its takesrows() changes).
+    // Recomputes toolsopen, wantlog and logblock of the machine's hooks (a window opened or
+    // closed, a refresh option toggled, the log file opened or closed, the viewer's room changed:
+    // the viewer calls it whenever its takesrows() changes).
     void recompute();
-    void setlogfileopen(bool open);
+    // The log file opened (with the block its rows go into) or closed (nullptr). While the
+    // viewer takes no rows, the machine writes rows into the block itself.
+    void setlogfile(LogBlock* block);
     bool logfileopen() const { return logfileopen_; }
     // The viewer is open and takes rows (as of the last recompute).
     bool viewertakes() const { return viewertakes_; }
@@ -163,6 +165,7 @@ private:
 
     std::array<Slot, 13> slots_{};
     bool logfileopen_ = false;
+    LogBlock* logblock_ = nullptr;
     bool viewertakes_ = false; // the viewer's takesrows() at the last recompute
     bool refreshmemory_ = false, refreshbreakpoints_ = false;
     bool memorydue_ = false, portsdue_ = false; // an editor asked to redraw that has not drawn yet
