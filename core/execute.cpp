@@ -7,6 +7,10 @@
 #include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <type_traits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace kelvane {
 
@@ -882,27 +886,27 @@ char* putlogrow(char* out, const MachineState& st, int32_t address)
 
 void LogRowComposer::setcount(uint32_t count)
 {
-    // Mostly the last count and one: the last digit steps on, and the digits before it change
-    // only at a carry (a row in ten), so that reading them as a whole seldom waits on a write.
-    if (width_ > 0 && count == count_ + 1) {
-        count_ = count;
-        if (last_ != '9') {
-            ++last_;
-            return;
-        }
+    // After a 9 the digits before the last change (a row in ten), so that reading them as a
+    // whole seldom waits on a write; otherwise they are written afresh.
+    if (count_ != UINT32_MAX && count_ + 1 == count && last_ == '9') {
         last_ = '0';
-        uint32_t i = width_ - 1;
+        uint32_t i = lastat_;
         while (i > 0 && digits_[i - 1] == '9')
             digits_[--i] = '0';
         if (i > 0) {
             ++digits_[i - 1];
+            count_ = count;
+            stepnext_ = count + 1;
             return;
         }
     }
     std::memset(digits_, ' ', sizeof digits_);
-    width_ = static_cast<uint32_t>(std::to_chars(digits_, digits_ + sizeof digits_, count).ptr - digits_);
-    last_ = digits_[width_ - 1];
+    const auto width = static_cast<uint32_t>(std::to_chars(digits_, digits_ + sizeof digits_, count).ptr - digits_);
+    lastat_ = width - 1;
+    rowshift_ = width > 7 ? width - 7 : 0;
+    last_ = digits_[lastat_];
     count_ = count;
+    stepnext_ = last_ == '9' ? UINT32_MAX : count + 1;
 }
 
 char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
@@ -910,22 +914,42 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
     return putinline(out, st, address);
 }
 
+#if defined(__SSE2__)
+// The registers and flags are read as two runs of int32 straight from the machine's state.
+static_assert(std::is_standard_layout_v<MachineState>);
+static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 && offsetof(MachineState, c) == 8 &&
+              offsetof(MachineState, d) == 12 && offsetof(MachineState, e) == 16 && offsetof(MachineState, h) == 20 &&
+              offsetof(MachineState, l) == 24 && offsetof(MachineState, fs) == 28 && offsetof(MachineState, fz) == 32 &&
+              offsetof(MachineState, f5) == 36 && offsetof(MachineState, fac) == 40 && offsetof(MachineState, f3) == 44 &&
+              offsetof(MachineState, fp) == 48 && offsetof(MachineState, f1) == 52 && offsetof(MachineState, fcy) == 56);
+#endif
+
 [[gnu::always_inline]] inline char* LogRowComposer::putinline(char* out, const MachineState& st, int32_t address)
 {
+#if defined(__SSE2__)
+    const auto* raw = reinterpret_cast<const unsigned char*>(&st);
+    const __m128i flags0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, fs)));
+    const __m128i flags1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, f3)));
+    const __m128i beyondbit = _mm_andnot_si128(_mm_set1_epi32(1), _mm_or_si128(flags0, flags1));
+    const bool bitflags = _mm_movemask_epi8(_mm_cmpeq_epi32(beyondbit, _mm_setzero_si128())) == 0xFFFF;
+#else
     const auto any = static_cast<uint32_t>(st.fs | st.fz | st.f5 | st.fac | st.f3 | st.fp | st.f1 | st.fcy);
-    if ((any & ~1u) != 0 || st.instructioncount < 0 || std::endian::native != std::endian::little)
+    const bool bitflags = (any & ~1u) == 0;
+#endif
+    if (!bitflags || st.instructioncount < 0 || std::endian::native != std::endian::little)
         return putlogrow(out, st, address);
     const auto count = static_cast<uint32_t>(st.instructioncount);
-    if (count == count_ + 1 && last_ != '9' && width_ > 0) {
+    if (count == stepnext_) {
         ++last_; // the usual next row: one more in the last digit
         count_ = count;
-    } else if (count != count_ || width_ == 0) {
+        stepnext_ = last_ == '9' ? UINT32_MAX : count + 1;
+    } else if (count != count_) {
         setcount(count);
     }
     // The count, filled with blanks to 7 characters; a longer one moves the rest of the row on.
     std::memcpy(out, digits_, sizeof digits_);
-    out[width_ - 1] = last_;
-    char* row = out + (width_ > 7 ? width_ - 7 : 0);
+    out[lastat_] = last_;
+    char* row = out + rowshift_;
     const InstrText& text = st.lastinstruction;
     if (text.isword()) {
         if (text.putfield(row + 13) != row + 29)
@@ -938,9 +962,49 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
         }
         std::memcpy(row + 13, field.chars, 16);
     }
-    hex4(row + 7, address);
     row[11] = ' ';
     row[12] = ' ';
+    std::memcpy(row + 40, blankrow.data(), 24);
+#if defined(__SSE2__)
+    // Eight flags as '0'/'1'; the bytes of A-L, the address and SP as hex digits, all at once.
+    const __m128i flagchars = _mm_or_si128(_mm_packus_epi16(_mm_packs_epi32(flags0, flags1), _mm_setzero_si128()),
+                                           _mm_set1_epi8('0'));
+    const __m128i bytemask = _mm_set1_epi32(0xFF);
+    const __m128i regs = _mm_packs_epi32(
+        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, a))), bytemask),
+        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, e))), bytemask));
+    const auto sp = static_cast<uint32_t>(st.sp), addr = static_cast<uint32_t>(address);
+    const __m128i words = _mm_setr_epi16(static_cast<int16_t>((addr >> 8) & 0xFF), static_cast<int16_t>(addr & 0xFF),
+                                         static_cast<int16_t>((sp >> 8) & 0xFF), static_cast<int16_t>(sp & 0xFF), 0, 0, 0, 0);
+    const __m128i bytes = _mm_packus_epi16(regs, words); // A B C D E H L fs, address, SP
+    const __m128i nibble = _mm_set1_epi8(0x0F);
+    const __m128i high = _mm_and_si128(_mm_srli_epi16(bytes, 4), nibble);
+    const __m128i low = _mm_and_si128(bytes, nibble);
+    const auto digits = [](__m128i n) {
+        return _mm_add_epi8(_mm_add_epi8(n, _mm_set1_epi8('0')),
+                            _mm_and_si128(_mm_cmpgt_epi8(n, _mm_set1_epi8(9)), _mm_set1_epi8('A' - '0' - 10)));
+    };
+    const __m128i regtext = digits(_mm_unpacklo_epi8(high, low)); // "AABBCCDDEEHHLL.."
+    const auto wordtext = static_cast<uint64_t>(_mm_cvtsi128_si64(digits(_mm_unpackhi_epi8(high, low))));
+    const auto put2 = [](char* p, int v) {
+        const auto two = static_cast<uint16_t>(v);
+        std::memcpy(p, &two, 2);
+    };
+    const auto addrtext = static_cast<uint32_t>(wordtext), sptext = static_cast<uint32_t>(wordtext >> 32);
+    std::memcpy(row + 7, &addrtext, 4);
+    put2(row + 29, _mm_extract_epi16(regtext, 0));
+    row[31] = ' ';
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(row + 32), flagchars);
+    put2(row + 42, _mm_extract_epi16(regtext, 1));
+    put2(row + 45, _mm_extract_epi16(regtext, 2));
+    put2(row + 48, _mm_extract_epi16(regtext, 3));
+    put2(row + 51, _mm_extract_epi16(regtext, 4));
+    put2(row + 54, _mm_extract_epi16(regtext, 5));
+    put2(row + 57, _mm_extract_epi16(regtext, 6));
+    std::memcpy(row + 60, &sptext, 4);
+    return row + 64;
+#else
+    hex4(row + 7, address);
     hex2(row + 29, st.a);
     row[31] = ' ';
     const uint64_t flags = 0x3030303030303030u + static_cast<uint64_t>(st.fs) + (static_cast<uint64_t>(st.fz) << 8) +
@@ -948,7 +1012,6 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
                            (static_cast<uint64_t>(st.f3) << 32) + (static_cast<uint64_t>(st.fp) << 40) +
                            (static_cast<uint64_t>(st.f1) << 48) + (static_cast<uint64_t>(st.fcy) << 56);
     std::memcpy(row + 32, &flags, 8);
-    std::memcpy(row + 40, blankrow.data(), 24);
     hex2(row + 42, st.b);
     hex2(row + 45, st.c);
     hex2(row + 48, st.d);
@@ -956,6 +1019,7 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
     hex2(row + 54, st.h);
     hex2(row + 57, st.l);
     return hex4(row + 60, st.sp);
+#endif
 }
 
 } // namespace kelvane

@@ -30,9 +30,13 @@ public:
 
 private:
     void setcount(uint32_t count);
-    uint32_t count_ = 0;
-    uint32_t width_ = 0;  // digits standing in digits_; 0: none yet
-    char digits_[16] = {}; // the count's digits, blanks after; the last one stands in last_
+    uint32_t count_ = UINT32_MAX; // whose digits stand in digits_; none yet
+    // The count after count_ when it only steps the last digit on (not after a 9): the usual
+    // next row costs one compare; any other count (and the first) goes through setcount.
+    uint32_t stepnext_ = UINT32_MAX;
+    uint32_t lastat_ = 0;     // where the last digit stands in the row
+    uint32_t rowshift_ = 0;   // digits past 7 move the rest of the row on
+    char digits_[16] = {};    // the count's digits, blanks after; the last one stands in last_
     char last_ = '0';
     struct Field {
         InstrText text;

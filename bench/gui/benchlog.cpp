@@ -27,6 +27,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <string>
+#include <vector>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -175,51 +176,65 @@ int main(int argc, char** argv)
     }
     form.menuspeed_Click(6);
 
-    const int repeats = 3;
-    st.optlogging = "OFF";
-    const Rate plain = best(repeats, [&] { return run(form, seconds); });
-    print("no logging", plain, "instructions");
-
-    st.optlogging = "ON";
-    form.simlog().blocksink = [](const char*, size_t) {};
-    const Rate sink = best(repeats, [&] { return run(form, seconds); });
-    form.simlog().blocksink = nullptr;
-    print("logging to a sink that drops the bytes", sink, "rows");
-    std::printf("  sink against no logging: %.2f (wall), %.2f (CPU); goal at least 0.33\n",
-                sink.perwall() / plain.perwall(), sink.percpu() / plain.percpu());
+    // A shared machine's speed drifts by a good part between seconds: each figure with logging
+    // is measured right beside its reference, and the ratio is the median of the pairs.
+    const int repeats = 5;
+    const auto median = [](std::vector<double> v) {
+        std::sort(v.begin(), v.end());
+        return v[v.size() / 2];
+    };
+    std::vector<Rate> plains, sinks;
+    std::vector<double> sinkratios;
+    for (int i = 0; i < repeats; ++i) {
+        st.optlogging = "OFF";
+        plains.push_back(run(form, seconds));
+        st.optlogging = "ON";
+        form.simlog().blocksink = [](const char*, size_t) {};
+        sinks.push_back(run(form, seconds));
+        form.simlog().blocksink = nullptr;
+        sinkratios.push_back(sinks.back().perwall() / plains.back().perwall());
+    }
+    const auto fastest = [](const std::vector<Rate>& v) {
+        return *std::max_element(v.begin(), v.end(), [](const Rate& x, const Rate& y) { return x.perwall() < y.perwall(); });
+    };
+    print("no logging (fastest)", fastest(plains), "instructions");
+    print("logging to a sink that drops the bytes", fastest(sinks), "rows");
+    std::printf("  sink against no logging, run beside run: median %.2f (of", median(sinkratios));
+    for (double r : sinkratios)
+        std::printf(" %.2f", r);
+    std::printf("); goal at least 0.33\n");
 
     // The real file, for shorter runs (rows come at tens of millions a second), each followed by
     // plain writes of as many bytes in the same folder. A virtual machine may hand memory freed a
     // few seconds ago back to its host, and then the first gigabytes written run at a fraction of
     // the speed: each run and each plain write follows a write of the same size just deleted.
     const double fileseconds = std::min(seconds, 2.0);
-    double logbytes = 0, lastbytes = sink.perwall() * fileseconds * 66;
-    Rate file{0, 1, 1}, writes{0, 1, 1};
+    double lastbytes = fastest(sinks).perwall() * fileseconds * 66;
+    std::vector<Rate> files, writes;
+    std::vector<double> fileratios, sizes;
     for (int i = 0; i < repeats; ++i) {
         plainwrites(folder + "plain-writes.bin", lastbytes);
-        const Rate f = run(form, fileseconds);
+        files.push_back(run(form, fileseconds));
         struct stat sb {};
         ::stat((folder + "log.txt").c_str(), &sb);
         ::unlink((folder + "log.txt").c_str());
         lastbytes = static_cast<double>(sb.st_size);
-        const Rate w = plainwrites(folder + "plain-writes.bin", static_cast<double>(sb.st_size));
-        if (f.perwall() > file.perwall()) {
-            file = f;
-            logbytes = static_cast<double>(sb.st_size);
-        }
-        if (w.perwall() > writes.perwall())
-            writes = w;
+        sizes.push_back(lastbytes);
+        writes.push_back(plainwrites(folder + "plain-writes.bin", lastbytes));
+        fileratios.push_back(files.back().perwall() / writes.back().perwall());
     }
-    print("logging to log.txt", file, "rows");
-    print("plain 1 MiB writes of 66-byte lines", writes, "rows");
-    std::printf("  log.txt against plain writes: %.2f (wall); goal at least 0.70; log.txt %.0f MB\n",
-                file.perwall() / writes.perwall(), logbytes / 1e6);
+    print("logging to log.txt (fastest)", fastest(files), "rows");
+    print("plain 1 MiB writes of 66-byte lines (fastest)", fastest(writes), "rows");
+    std::printf("  log.txt against plain writes, run beside writes: median %.2f (of", median(fileratios));
+    for (double r : fileratios)
+        std::printf(" %.2f", r);
+    std::printf("); goal at least 0.70; log.txt about %.0f MB\n", median(sizes) / 1e6);
     st.optlogging = "OFF";
 
     // The viewer open, no file: it takes 450,000 rows, then nothing is composed.
     auto* viewer = new Form16;
     viewer->show();
-    const Rate viewed = best(repeats, [&] { return run(form, seconds); });
+    const Rate viewed = best(3, [&] { return run(form, seconds); });
     print("viewer open, no file", viewed, "instructions");
     std::printf("  rows in the viewer: %zu; goal at least 100 million instructions/s\n", viewer->logcount());
 
