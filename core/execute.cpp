@@ -825,6 +825,32 @@ constexpr std::array<char, 64> blankrow = [] {
     return t;
 }();
 
+// The fields of a usual row around its text, at their places from `row`: the address, A, the
+// flags (each 0 or 1), B-L and SP. Returns the end.
+inline char* putfields(char* row, const MachineState& st, int32_t address)
+{
+    hex4(row + 7, address);
+    hex2(row + 29, st.a);
+    row[31] = ' ';
+    const int32_t flags[8] = {st.fs, st.fz, st.f5, st.fac, st.f3, st.fp, st.f1, st.fcy};
+    if constexpr (std::endian::native == std::endian::little) {
+        uint64_t packed = 0x3030303030303030u;
+        for (size_t i = 0; i < 8; ++i)
+            packed += static_cast<uint64_t>(flags[i]) << (8 * i);
+        std::memcpy(row + 32, &packed, 8);
+    } else {
+        for (size_t i = 0; i < 8; ++i)
+            row[32 + i] = static_cast<char>('0' + flags[i]);
+    }
+    hex2(row + 42, st.b);
+    hex2(row + 45, st.c);
+    hex2(row + 48, st.d);
+    hex2(row + 51, st.e);
+    hex2(row + 54, st.h);
+    hex2(row + 57, st.l);
+    return hex4(row + 60, st.sp);
+}
+
 } // namespace
 
 char* putlogrow(char* out, const MachineState& st, int32_t address)
@@ -841,24 +867,7 @@ char* putlogrow(char* out, const MachineState& st, int32_t address)
         std::memcpy(out, blankrow.data(), blankrow.size());
         if (st.lastinstruction.putfield(out + 13) == out + 29) {
             putcount(out, count);
-            hex4(out + 7, address);
-            hex2(out + 29, st.a);
-            if constexpr (std::endian::native == std::endian::little) {
-                uint64_t packed = 0x3030303030303030u;
-                for (size_t i = 0; i < 8; ++i)
-                    packed += static_cast<uint64_t>(flags[i]) << (8 * i);
-                std::memcpy(out + 32, &packed, 8);
-            } else {
-                for (size_t i = 0; i < 8; ++i)
-                    out[32 + i] = static_cast<char>('0' + flags[i]);
-            }
-            hex2(out + 42, st.b);
-            hex2(out + 45, st.c);
-            hex2(out + 48, st.d);
-            hex2(out + 51, st.e);
-            hex2(out + 54, st.h);
-            hex2(out + 57, st.l);
-            return hex4(out + 60, st.sp);
+            return putfields(out, st, address);
         }
     }
 
@@ -1004,21 +1013,7 @@ static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 &
     std::memcpy(row + 60, &sptext, 4);
     return row + 64;
 #else
-    hex4(row + 7, address);
-    hex2(row + 29, st.a);
-    row[31] = ' ';
-    const uint64_t flags = 0x3030303030303030u + static_cast<uint64_t>(st.fs) + (static_cast<uint64_t>(st.fz) << 8) +
-                           (static_cast<uint64_t>(st.f5) << 16) + (static_cast<uint64_t>(st.fac) << 24) +
-                           (static_cast<uint64_t>(st.f3) << 32) + (static_cast<uint64_t>(st.fp) << 40) +
-                           (static_cast<uint64_t>(st.f1) << 48) + (static_cast<uint64_t>(st.fcy) << 56);
-    std::memcpy(row + 32, &flags, 8);
-    hex2(row + 42, st.b);
-    hex2(row + 45, st.c);
-    hex2(row + 48, st.d);
-    hex2(row + 51, st.e);
-    hex2(row + 54, st.h);
-    hex2(row + 57, st.l);
-    return hex4(row + 60, st.sp);
+    return putfields(row, st, address);
 #endif
 }
 
