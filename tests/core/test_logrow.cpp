@@ -23,6 +23,10 @@ void* operator new(std::size_t size)
         return p;
     throw std::bad_alloc();
 }
+// The replaced operator new takes its memory from malloc, so free is its match (GCC can't tell).
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
