@@ -971,9 +971,7 @@ static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 &
         }
         std::memcpy(row + 13, field.chars, 16);
     }
-    row[11] = ' ';
-    row[12] = ' ';
-    std::memcpy(row + 40, blankrow.data(), 24);
+    // The two blanks before the text came with the count's 16 characters.
 #if defined(__SSE2__)
     // Eight flags as '0'/'1'; the bytes of A-L, the address and SP as hex digits, all at once.
     const __m128i flagchars = _mm_or_si128(_mm_packus_epi16(_mm_packs_epi32(flags0, flags1), _mm_setzero_si128()),
@@ -995,24 +993,24 @@ static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 &
     };
     const __m128i regtext = digits(_mm_unpacklo_epi8(high, low)); // "AABBCCDDEEHHLL.."
     const auto wordtext = static_cast<uint64_t>(_mm_cvtsi128_si64(digits(_mm_unpackhi_epi8(high, low))));
-    const auto put2 = [](char* p, int v) {
-        const auto two = static_cast<uint16_t>(v);
-        std::memcpy(p, &two, 2);
-    };
-    const auto addrtext = static_cast<uint32_t>(wordtext), sptext = static_cast<uint32_t>(wordtext >> 32);
+    // Then a few wide stores: the blanks between the registers are put in beside their digits.
+    const auto lo = static_cast<uint64_t>(_mm_cvtsi128_si64(regtext));                        // AABBCCDD
+    const auto hi = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(regtext, regtext))); // EEHHLL..
+    const auto blanks = [](uint64_t mask) { return 0x2020202020202020u & mask; };
+    const auto at29 = static_cast<uint32_t>((lo & 0xFFFFu) | 0x20200000u);                    // "AA  "
+    const uint64_t at40 = blanks(0xFF0000FF0000FFFFu) | (lo & 0xFFFF0000u) | ((lo >> 32 & 0xFFFFu) << 40); // "  BB CC "
+    const uint64_t at48 = blanks(0x0000FF0000FF0000u) | (lo >> 48) | ((hi & 0xFFFFu) << 24) | ((hi >> 16 & 0xFFFFu) << 48); // "DD EE HH"
+    const uint64_t at56 = blanks(0x00000000FF0000FFu) | ((hi >> 32 & 0xFFFFu) << 8) | (wordtext & 0xFFFFFFFF00000000u); // " LL SSSS"
+    const auto addrtext = static_cast<uint32_t>(wordtext);
     std::memcpy(row + 7, &addrtext, 4);
-    put2(row + 29, _mm_extract_epi16(regtext, 0));
-    row[31] = ' ';
+    std::memcpy(row + 29, &at29, 4); // its last byte is the first flag's place
     _mm_storel_epi64(reinterpret_cast<__m128i*>(row + 32), flagchars);
-    put2(row + 42, _mm_extract_epi16(regtext, 1));
-    put2(row + 45, _mm_extract_epi16(regtext, 2));
-    put2(row + 48, _mm_extract_epi16(regtext, 3));
-    put2(row + 51, _mm_extract_epi16(regtext, 4));
-    put2(row + 54, _mm_extract_epi16(regtext, 5));
-    put2(row + 57, _mm_extract_epi16(regtext, 6));
-    std::memcpy(row + 60, &sptext, 4);
+    std::memcpy(row + 40, &at40, 8);
+    std::memcpy(row + 48, &at48, 8);
+    std::memcpy(row + 56, &at56, 8);
     return row + 64;
 #else
+    std::memcpy(row + 40, blankrow.data(), 24);
     return putfields(row, st, address);
 #endif
 }
