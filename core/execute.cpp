@@ -7,10 +7,6 @@
 #include <charconv>
 #include <cstddef>
 #include <cstring>
-#include <type_traits>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace kelvane {
 
@@ -923,28 +919,11 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
     return putinline(out, st, address);
 }
 
-#if defined(__SSE2__)
-// The registers and flags are read as two runs of int32 straight from the machine's state.
-static_assert(std::is_standard_layout_v<MachineState>);
-static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 && offsetof(MachineState, c) == 8 &&
-              offsetof(MachineState, d) == 12 && offsetof(MachineState, e) == 16 && offsetof(MachineState, h) == 20 &&
-              offsetof(MachineState, l) == 24 && offsetof(MachineState, fs) == 28 && offsetof(MachineState, fz) == 32 &&
-              offsetof(MachineState, f5) == 36 && offsetof(MachineState, fac) == 40 && offsetof(MachineState, f3) == 44 &&
-              offsetof(MachineState, fp) == 48 && offsetof(MachineState, f1) == 52 && offsetof(MachineState, fcy) == 56);
-#endif
 
 [[gnu::always_inline]] inline char* LogRowComposer::putinline(char* out, const MachineState& st, int32_t address)
 {
-#if defined(__SSE2__)
-    const auto* raw = reinterpret_cast<const unsigned char*>(&st);
-    const __m128i flags0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, fs)));
-    const __m128i flags1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, f3)));
-    const __m128i beyondbit = _mm_andnot_si128(_mm_set1_epi32(1), _mm_or_si128(flags0, flags1));
-    const bool bitflags = _mm_movemask_epi8(_mm_cmpeq_epi32(beyondbit, _mm_setzero_si128())) == 0xFFFF;
-#else
     const auto any = static_cast<uint32_t>(st.fs | st.fz | st.f5 | st.fac | st.f3 | st.fp | st.f1 | st.fcy);
     const bool bitflags = (any & ~1u) == 0;
-#endif
     if (!bitflags || st.instructioncount < 0 || std::endian::native != std::endian::little)
         return putlogrow(out, st, address);
     const auto count = static_cast<uint32_t>(st.instructioncount);
@@ -972,47 +951,8 @@ static_assert(offsetof(MachineState, a) == 0 && offsetof(MachineState, b) == 4 &
         std::memcpy(row + 13, field.chars, 16);
     }
     // The two blanks before the text came with the count's 16 characters.
-#if defined(__SSE2__)
-    // Eight flags as '0'/'1'; the bytes of A-L, the address and SP as hex digits, all at once.
-    const __m128i flagchars = _mm_or_si128(_mm_packus_epi16(_mm_packs_epi32(flags0, flags1), _mm_setzero_si128()),
-                                           _mm_set1_epi8('0'));
-    const __m128i bytemask = _mm_set1_epi32(0xFF);
-    const __m128i regs = _mm_packs_epi32(
-        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, a))), bytemask),
-        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(raw + offsetof(MachineState, e))), bytemask));
-    const auto sp = static_cast<uint32_t>(st.sp), addr = static_cast<uint32_t>(address);
-    const __m128i words = _mm_setr_epi16(static_cast<int16_t>((addr >> 8) & 0xFF), static_cast<int16_t>(addr & 0xFF),
-                                         static_cast<int16_t>((sp >> 8) & 0xFF), static_cast<int16_t>(sp & 0xFF), 0, 0, 0, 0);
-    const __m128i bytes = _mm_packus_epi16(regs, words); // A B C D E H L fs, address, SP
-    const __m128i nibble = _mm_set1_epi8(0x0F);
-    const __m128i high = _mm_and_si128(_mm_srli_epi16(bytes, 4), nibble);
-    const __m128i low = _mm_and_si128(bytes, nibble);
-    const auto digits = [](__m128i n) {
-        return _mm_add_epi8(_mm_add_epi8(n, _mm_set1_epi8('0')),
-                            _mm_and_si128(_mm_cmpgt_epi8(n, _mm_set1_epi8(9)), _mm_set1_epi8('A' - '0' - 10)));
-    };
-    const __m128i regtext = digits(_mm_unpacklo_epi8(high, low)); // "AABBCCDDEEHHLL.."
-    const auto wordtext = static_cast<uint64_t>(_mm_cvtsi128_si64(digits(_mm_unpackhi_epi8(high, low))));
-    // Then a few wide stores: the blanks between the registers are put in beside their digits.
-    const auto lo = static_cast<uint64_t>(_mm_cvtsi128_si64(regtext));                        // AABBCCDD
-    const auto hi = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(regtext, regtext))); // EEHHLL..
-    const auto blanks = [](uint64_t mask) { return 0x2020202020202020u & mask; };
-    const auto at29 = static_cast<uint32_t>((lo & 0xFFFFu) | 0x20200000u);                    // "AA  "
-    const uint64_t at40 = blanks(0xFF0000FF0000FFFFu) | (lo & 0xFFFF0000u) | ((lo >> 32 & 0xFFFFu) << 40); // "  BB CC "
-    const uint64_t at48 = blanks(0x0000FF0000FF0000u) | (lo >> 48) | ((hi & 0xFFFFu) << 24) | ((hi >> 16 & 0xFFFFu) << 48); // "DD EE HH"
-    const uint64_t at56 = blanks(0x00000000FF0000FFu) | ((hi >> 32 & 0xFFFFu) << 8) | (wordtext & 0xFFFFFFFF00000000u); // " LL SSSS"
-    const auto addrtext = static_cast<uint32_t>(wordtext);
-    std::memcpy(row + 7, &addrtext, 4);
-    std::memcpy(row + 29, &at29, 4); // its last byte is the first flag's place
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(row + 32), flagchars);
-    std::memcpy(row + 40, &at40, 8);
-    std::memcpy(row + 48, &at48, 8);
-    std::memcpy(row + 56, &at56, 8);
-    return row + 64;
-#else
     std::memcpy(row + 40, blankrow.data(), 24);
     return putfields(row, st, address);
-#endif
 }
 
 } // namespace kelvane
