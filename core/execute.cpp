@@ -695,12 +695,8 @@ namespace {
         }
     }
     if (hooks.wantlog) { // the row shows neither f nor hlvalue: they stay for later
-        if (LogBlock* block = hooks.logblock; block != nullptr && block->room()) {
-            char* end = block->rows.putinline(block->at, st, pc);
-            end[0] = '\r';
-            end[1] = '\n';
-            block->at = end + 2;
-        }
+        if (LogBlock* block = hooks.logblock; block != nullptr && block->room())
+            block->putinline(st, pc);
         else
             hooks.logrow(st, pc);
     }
@@ -919,12 +915,11 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
     return putinline(out, st, address);
 }
 
-
 [[gnu::always_inline]] inline char* LogRowComposer::putinline(char* out, const MachineState& st, int32_t address)
 {
     const auto any = static_cast<uint32_t>(st.fs | st.fz | st.f5 | st.fac | st.f3 | st.fp | st.f1 | st.fcy);
     const bool bitflags = (any & ~1u) == 0;
-    if (!bitflags || st.instructioncount < 0 || std::endian::native != std::endian::little)
+    if (!bitflags || st.instructioncount < 0)
         return putlogrow(out, st, address);
     const auto count = static_cast<uint32_t>(st.instructioncount);
     if (count == stepnext_) {
@@ -950,9 +945,15 @@ char* LogRowComposer::put(char* out, const MachineState& st, int32_t address)
         }
         std::memcpy(row + 13, field.chars, 16);
     }
-    // The two blanks before the text came with the count's 16 characters.
+    // The two blanks before the text came with the count's 16 characters; those between the
+    // registers come from a row of blanks.
     std::memcpy(row + 40, blankrow.data(), 24);
     return putfields(row, st, address);
+}
+
+[[gnu::always_inline]] inline void LogBlock::putinline(const MachineState& st, int32_t address)
+{
+    endrow(rows.putinline(at, st, address));
 }
 
 } // namespace kelvane

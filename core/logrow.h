@@ -56,7 +56,13 @@ struct LogBlock {
     // The row of st; the caller has checked room().
     void put(const MachineState& st, int32_t address)
     {
-        char* e = rows.put(at, st, address);
+        endrow(rows.put(at, st, address));
+    }
+    // The same, inlined in the run loop (defined beside it).
+    inline void putinline(const MachineState& st, int32_t address);
+    // CR LF after a row that ends at e; the next row goes in after them.
+    void endrow(char* e)
+    {
         e[0] = '\r';
         e[1] = '\n';
         at = e + 2;

@@ -50,7 +50,6 @@ bool SimLog::open(const std::string& folder)
             b = std::make_unique<char[]>(blocksize);
     handed_ = written_ = 0;
     stopping_ = false;
-    block_.rows = LogRowComposer();
     setblock(blocks_[0].get());
     puttext("Simulation started at " + logtimestamp() + ".");
     puttext("No.    PC    Instruction     A  SZ_A_P_C  B  C  D  E  H  L  SP  ");

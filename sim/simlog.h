@@ -23,8 +23,8 @@ std::string logtimestamp();
 class SimLog {
 public:
     static constexpr size_t blocksize = size_t{1} << 20;
-    // Blocks in the ring: enough for the writer to fall behind for a while, few enough that
-    // the ring stays in the processor's shared cache.
+    // Blocks in the ring: enough for the writer to fall behind for a while (a slow write of
+    // the kernel) before the run waits.
     static constexpr size_t blockcount = 8;
 
     SimLog() = default;
